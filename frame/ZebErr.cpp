@@ -1,0 +1,56 @@
+#include "ZebErr.hpp"
+
+#include "ZebTrc.hpp"
+#include "frame/report.hpp"
+
+#include <new>
+
+ZebErr::ZebErr() = default;
+
+ZebErr::ZebErr(const ZebErr & source) = default;
+
+ZebErr::~ZebErr() = default;
+
+void ZebErr::operator=(const ZebErr & source) {
+    zeb::takeCodes(*this, source);
+}
+
+void ZebErr::clearErrorCodes() {
+    setErrorCodes(ZBRC_NONE, ZBCC_OK);
+}
+
+std::int32_t ZebErr::completionCode() const {
+    return completionCode_;
+}
+
+std::int32_t ZebErr::reasonCode() const {
+    return reasonCode_;
+}
+
+void * ZebErr::operator new(std::size_t size) {
+    return ::operator new(size);
+}
+
+void * ZebErr::operator new[](std::size_t size) {
+    return ::operator new[](size);
+}
+
+void ZebErr::operator delete(void * block) noexcept {
+    ::operator delete(block);
+}
+
+void ZebErr::operator delete[](void * block) noexcept {
+    ::operator delete[](block);
+}
+
+bool ZebErr::checkReadPointer(const void * pointer, std::size_t length) {
+    return ZebTrc::checkReadPointer(pointer, length) ||
+           zeb::report(*this,
+                       {"ZebError::checkReadPointer (error): buffer error", ZBRC_BUFFER_ERROR});
+}
+
+bool ZebErr::checkWritePointer(const void * pointer, std::size_t length) {
+    return ZebTrc::checkWritePointer(pointer, length) ||
+           zeb::report(*this,
+                       {"ZebError::checkWritePointer (error): buffer error", ZBRC_BUFFER_ERROR});
+}

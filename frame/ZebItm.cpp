@@ -1,0 +1,26 @@
+#include "ZebItm.hpp"
+
+#include "ZebMsg.hpp"
+#include "ZebTrc.hpp"
+
+#include <cstring>
+
+ZebItm::ZebItm() = default;
+
+ZebItm::ZebItm(const ZebItm & source) = default;
+
+ZebItm::~ZebItm() = default;
+
+void ZebItm::operator=(const ZebItm & source) {
+    ZebErr::operator=(source);
+}
+
+bool ZebItm::structureIdIs(const char * structureId, const ZebMsg & message) {
+    constexpr std::size_t width = 4;
+    if (structureId != nullptr && message.dataLength() >= width &&
+        std::memcmp(structureId, message.dataPointer(), width) == 0) {
+        return true;
+    }
+    ZebTrc::traceMessage("ZebItem::structureIdIs (information): structure id is not equal");
+    return false;
+}

@@ -1,0 +1,171 @@
+#include "message/header_protocol.hpp"
+
+#include "frame/report.hpp"
+#include "frame/storage.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace zeb {
+
+/// Puts a header in front of the message in a buffer, with one move of the body.
+///
+/// The result is that of these steps: make room for the header at the cursor, copy the message
+/// aside, clear it, write the header, write the copy behind it. Buffer length, codes, trace and the
+/// checks of every range come out the same; but the body is not copied aside. Where the buffer
+/// stays, the body is moved within it; where those steps would make it grow, once or twice, a
+/// buffer of the final length is had first, and the body goes straight to its place in it. So
+/// storage that can't be had is known before anything has changed.
+class FrontWriter {
+public:
+    FrontWriter(ZebCac & cache, std::size_t frontLength)
+        : cache_(cache), frontLength_(frontLength) {}
+
+    /// Obtains the room; a failure is reported on the buffer, which is then unchanged.
+    bool makeRoom();
+
+    /// Clears the message and writes header and body; a failure is reported on the buffer, which
+    /// then holds what was written so far.
+    bool write(std::initializer_list<HeaderPiece> pieces);
+
+private:
+    struct Release {
+        void operator()(char * block) const noexcept { releaseBlock(block); }
+    };
+
+    bool mayWrite(const void * source, std::size_t length);
+    bool mayWriteBody(const char * body, std::size_t length);
+
+    ZebCac & cache_;
+    std::size_t frontLength_;
+    std::unique_ptr<char, Release> grown_;
+    std::size_t grownLength_ = 0;
+    std::size_t grownBody_ = 0;
+};
+
+bool FrontWriter::makeRoom() {
+    std::size_t length = cache_.bufferLength_;
+    if (frontLength_ > length - cache_.dataOffset_ &&
+        (!cache_.automaticBuffer_ ||
+         !ZebCac::grownLength(length, cache_.dataOffset_, frontLength_, length))) {
+        return cache_.moreBytes(frontLength_);
+    }
+    const std::size_t body = cache_.messageLength_;
+    if (cache_.automaticBuffer_ && body > length - frontLength_) {
+        // Header and body both lie in memory, so their sum does not wrap.
+        ZebCac::grownLength(length, frontLength_, body, length);
+    }
+    if (length == cache_.bufferLength_) {
+        return true;
+    }
+    grown_.reset(obtainBlock(length));
+    if (grown_ == nullptr) {
+        return report(cache_, {"ZebCache::resizeBuffer (error): storage not available",
+                               ZBRC_STORAGE_NOT_AVAILABLE});
+    }
+    if (body != 0) {
+        std::memcpy(grown_.get() + frontLength_, cache_.bufferPointer_, body);
+    }
+    grownLength_ = length;
+    grownBody_ = body;
+    return true;
+}
+
+/// Whether the next `length` bytes may go to the cursor, which then moves behind them.
+bool FrontWriter::mayWrite(const void * source, std::size_t length) {
+    if (length == 0) {
+        return true;
+    }
+    if (!cache_.checkReadPointer(source, length) ||
+        !cache_.checkWritePointer(cache_.bufferPointer_ + cache_.dataOffset_, length)) {
+        return false;
+    }
+    cache_.dataOffset_ += length;
+    cache_.messageLength_ = cache_.dataOffset_;
+    return true;
+}
+
+bool FrontWriter::mayWriteBody(const char * body, std::size_t length) {
+    return cache_.moreBytes(length) && mayWrite(body, length);
+}
+
+bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
+    // The header's own setters have run since the room was made. Should an override of them have
+    // changed the buffer, the room is made anew.
+    if (!cache_.automaticBuffer_) {
+        grown_.reset();
+    }
+    if (grown_ == nullptr && !makeRoom()) {
+        return false;
+    }
+    const bool inPlace = grown_ == nullptr;
+    const std::size_t bodyLength = inPlace ? cache_.messageLength_ : grownBody_;
+    cache_.clearMessage();
+    if (!inPlace) {
+        cache_.adopt(grown_.release(), grownLength_);
+    }
+    const char * const body = cache_.bufferPointer_ + (inPlace ? 0 : frontLength_);
+
+    // Every range is asked for before a byte moves: the header's place and the body's overlap.
+    const auto * const refused =
+        std::find_if_not(pieces.begin(), pieces.end(), [this](const HeaderPiece & piece) {
+            return mayWrite(piece.data, piece.length);
+        });
+    const bool whole = refused == pieces.end() && mayWriteBody(body, bodyLength);
+    if (whole && inPlace && bodyLength != 0) {
+        std::memmove(cache_.bufferPointer_ + frontLength_, body, bodyLength);
+    }
+    char * target = cache_.bufferPointer_;
+    for (const auto * piece = pieces.begin(); piece != refused; ++piece) {
+        if (piece->length != 0) {
+            std::memcpy(target, piece->data, piece->length);
+            target += piece->length;
+        }
+    }
+    return whole;
+}
+
+namespace {
+
+/// The text of the message's format, as the header's setFormat takes it, without a block for it.
+struct FormatText {
+    explicit FormatText(const char (&field)[8]) {
+        std::memcpy(text, field, sizeof field);
+        text[sizeof field] = '\0';
+    }
+    char text[9];
+};
+
+} // namespace
+
+bool writeHeader(ZebHdr & header, ZebMsg & message, const char * format,
+                 std::initializer_list<HeaderPiece> pieces) {
+    std::size_t length = 0;
+    for (const HeaderPiece & piece : pieces) {
+        length += piece.length;
+    }
+    FrontWriter front(message, length);
+    if (!front.makeRoom()) {
+        return failAs(header, message);
+    }
+    header.setEncoding(message.encoding());
+    header.setCharacterSet(message.characterSet());
+    header.setFormat(FormatText(message.descriptor().format).text);
+    describe(message, format);
+    return front.write(pieces) || failAs(header, message);
+}
+
+void handOn(const ZebHdr & header, ZebMsg & message, const char (&formatField)[8]) {
+    message.setEncoding(header.encoding());
+    message.setCharacterSet(header.characterSet());
+    const ZebStr format = header.format();
+    if (format.completionCode() == ZBCC_FAILED) {
+        // Without storage for the text the record still has it: no description gets lost.
+        message.setFormat(FormatText(formatField).text);
+    } else {
+        message.setFormat(format.text());
+    }
+}
+
+} // namespace zeb

@@ -1,0 +1,120 @@
+#if !defined(_WIN32)
+
+#include "platform/module.hpp"
+#include "platform/platform.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+
+namespace {
+
+// The loader's entry for the module in which the address lies, or null.
+link_map * moduleAt(const void * address) {
+    Dl_info info{};
+    void * entry = nullptr;
+    return dladdr1(address, &info, &entry, RTLD_DL_LINKMAP) != 0 ? static_cast<link_map *>(entry)
+                                                                 : nullptr;
+}
+
+struct Search {
+    link_map * known; // any entry of the list
+    const void * wanted;
+    link_map * found;
+};
+
+int searchList(dl_phdr_info *, std::size_t, void * data) {
+    auto & search = *static_cast<Search *>(data);
+    link_map * entry = search.known;
+    while (entry->l_prev != nullptr) {
+        entry = entry->l_prev;
+    }
+    while (entry != nullptr && entry != search.wanted) {
+        entry = entry->l_next;
+    }
+    search.found = entry;
+    return 1;
+}
+
+// A handle is believed only if it stands in the loader's list. The list stands still only inside
+// dl_iterate_phdr, whose lock dlopen and dlclose take to change it.
+link_map * entryOf(HMODULE module) {
+    link_map * const own = thisModule();
+    if (module == nullptr || module == own) {
+        return own;
+    }
+    Search search{own, module, nullptr};
+    dl_iterate_phdr(searchList, &search);
+    return search.found != nullptr ? search.found : moduleAt(module);
+}
+
+// A table of the module's dynamic section. The loader relocates the addresses in place, on the
+// systems that let it.
+template <class Entry> const Entry * tableOf(const link_map & module, ElfW(Sxword) tag) {
+    for (const ElfW(Dyn) * entry = module.l_ld; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == tag) {
+            const ElfW(Addr) address = entry->d_un.d_ptr;
+            const ElfW(Addr) base = address < module.l_addr ? module.l_addr : 0;
+            return reinterpret_cast<const Entry *>(base + address);
+        }
+    }
+    return nullptr;
+}
+
+// The module's own table is read because dlsym would go on in the modules that this one needs, and
+// because it takes no handle of a module that came in at program start.
+FARPROC exportOf(const link_map & module, const char * name) {
+    const auto * const header = tableOf<std::uint32_t>(module, DT_GNU_HASH);
+    const auto * const symbols = tableOf<ElfW(Sym)>(module, DT_SYMTAB);
+    const char * const names = tableOf<char>(module, DT_STRTAB);
+    if (header == nullptr || symbols == nullptr || names == nullptr || header[0] == 0) {
+        return nullptr;
+    }
+    std::uint32_t hash = 5381;
+    for (const char * at = name; *at != '\0'; ++at) {
+        hash = hash * 33 + static_cast<unsigned char>(*at);
+    }
+    const std::uint32_t bucketCount = header[0];
+    const std::uint32_t firstSymbol = header[1];
+    const std::uint32_t filterWords = header[2] * (sizeof(ElfW(Addr)) / sizeof(std::uint32_t));
+    const std::uint32_t * const buckets = header + 4 + filterWords;
+    const std::uint32_t * const chains = buckets + bucketCount;
+    std::uint32_t index = buckets[hash % bucketCount];
+    if (index < firstSymbol) {
+        return nullptr;
+    }
+    // The lowest bit of a chained hash marks the end of its bucket.
+    for (;; ++index) {
+        const std::uint32_t chained = chains[index - firstSymbol];
+        if ((chained | 1) == (hash | 1) && std::strcmp(names + symbols[index].st_name, name) == 0) {
+            return reinterpret_cast<FARPROC>(module.l_addr + symbols[index].st_value);
+        }
+        if ((chained & 1) != 0) {
+            return nullptr;
+        }
+    }
+}
+
+}
+
+link_map * thisModule() {
+    static const char insideThisModule = 0;
+    return moduleAt(&insideThisModule);
+}
+
+void InitializeCriticalSection(CRITICAL_SECTION * section) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(section, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
+FARPROC GetProcAddress(HMODULE module, const char * name) {
+    const link_map * const entry = name != nullptr ? entryOf(module) : nullptr;
+    return entry != nullptr ? exportOf(*entry, name) : nullptr;
+}
+
+#endif

@@ -1,0 +1,211 @@
+#include "ZebItm.hpp"
+#include "ZebMsg.hpp"
+#include "ZebSem.hpp"
+#include "ZebTrc.hpp"
+
+#include "frame/library.hpp"
+#include "support/failing_allocation.hpp"
+#include "support/recording_zbcommon.hpp"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+
+namespace {
+
+using support::Call;
+using support::Recording;
+using support::Texts;
+
+constexpr const char * releasing = "Releasing ZebString resources";
+
+void onNewThread(const std::function<void()> & work) {
+    std::thread(work).join();
+}
+
+TEST(FrameTrace, EachOperationSetsANewThreadUpOnceAndPassesItsArgumentsOn) {
+    static const char area[3] = {};
+    const struct {
+        std::function<bool()> act;
+        const char * line;
+    } cases[] = {
+        {[] { return ZebTrc::traceMessage("one text\n"), true; }, "text one text\n"},
+        {[] { return ZebTrc::checkReadPointer(area, 3); }, "check 1 3"},
+        {[] { return ZebTrc::checkWritePointer(area, 3); }, "check 2 3"},
+    };
+    for (const auto & row : cases) {
+        onNewThread([&row] {
+            Recording recording;
+            EXPECT_TRUE(row.act());
+            EXPECT_TRUE(row.act());
+            EXPECT_EQ(recording.lines(), (Texts{"set-up 48 1031 area", row.line, row.line}));
+            EXPECT_EQ(recording.calls()[0].zeros[0] + recording.calls()[0].zeros[1], 0U);
+            if (recording.calls()[1].kind == Call::Kind::check) {
+                EXPECT_EQ(recording.calls()[1].pointer, area);
+                recording.refuseCheck(1);
+                EXPECT_FALSE(row.act());
+            }
+            // The slot decides each time: nothing remembers that the thread was set up before.
+            support::forgetThread();
+            recording.clear();
+            recording.refuseSetUp(true);
+            row.act();
+            row.act();
+            EXPECT_EQ(recording.lines(),
+                      (Texts{"set-up 48 1031 area", row.line, "set-up 48 1031 area", row.line}));
+        });
+    }
+    Recording recording;
+    ZebTrc::traceEntry(31, 1);
+    ZebTrc::traceExit(31, 1, 0);
+    EXPECT_EQ(recording.lines(), Texts{});
+}
+
+TEST(FrameSemaphore, TheStringLockIsMadeAtItsFirstUseTracedAndReleasedAtUnload) {
+    ZebStrCleanUp();
+    char field[2];
+    onNewThread([&field] {
+        ZebStr text("ab");
+        Recording recording;
+        const std::ptrdiff_t before = support::liveBlocks();
+        EXPECT_TRUE(text.copyOut(field, 2, ' '));
+        EXPECT_EQ(support::liveBlocks(), before + 1);
+        EXPECT_EQ(recording.lines(), (Texts{"set-up 0 9 null", "entry 31 57", "exit 31 57 1",
+                                            "check 2 2", "entry 31 58", "exit 31 58 1"}));
+        for (const Call & call : recording.calls()) {
+            if (call.kind == Call::Kind::entry || call.kind == Call::Kind::exit) {
+                EXPECT_EQ(call.context, support::threadContext());
+            }
+        }
+        EXPECT_TRUE(text.copyOut(field, 2, ' '));
+        EXPECT_EQ(support::liveBlocks(), before + 1);
+        recording.clear();
+        EXPECT_EQ(DllMain(nullptr, 1, nullptr), 1);
+        EXPECT_EQ(DllMain(nullptr, 2, nullptr), 1);
+        EXPECT_EQ(DllMain(nullptr, 3, nullptr), 1);
+        EXPECT_EQ(recording.lines(), Texts{});
+        EXPECT_EQ(DllMain(nullptr, 0, nullptr), 1);
+        EXPECT_EQ(recording.lines(), Texts{std::string("text ") + releasing});
+        EXPECT_EQ(support::liveBlocks(), before);
+        EXPECT_EQ(DllMain(nullptr, 0, nullptr), 1);
+        EXPECT_EQ(recording.lines(), Texts{std::string("text ") + releasing});
+        // With the library's own lock gone the string lock still works.
+        EXPECT_TRUE(text.copyOut(field, 2, ' '));
+        ZebStrCleanUp();
+        EXPECT_EQ(support::liveBlocks(), before);
+    });
+}
+
+TEST(FrameSemaphore, ALockTakenTwiceIsFreeAfterTwoUnlocks) {
+    ZebSem semaphore;
+    EXPECT_TRUE(semaphore.lock());
+    EXPECT_TRUE(semaphore.lock());
+    std::promise<void> taken;
+    std::future<void> wait = taken.get_future();
+    std::thread other([&] {
+        EXPECT_TRUE(semaphore.lock());
+        taken.set_value();
+        EXPECT_TRUE(semaphore.unlock());
+    });
+    EXPECT_TRUE(semaphore.unlock());
+    EXPECT_EQ(wait.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    EXPECT_TRUE(semaphore.unlock());
+    wait.wait();
+    other.join();
+}
+
+// An item whose outcome the test decides.
+struct Item : ZebItm {
+    bool outcome = true;
+    bool copyOut(ZebMsg &) override { return outcome; }
+    bool pasteIn(ZebMsg &) override { return outcome; }
+    using ZebErr::checkReadPointer;
+    using ZebErr::checkWritePointer;
+    void report(std::int32_t reason, std::int32_t completion) { setErrorCodes(reason, completion); }
+};
+
+std::string codes(const ZebErr & object) {
+    return std::to_string(object.completionCode()) + ':' + std::to_string(object.reasonCode());
+}
+
+TEST(FrameErrors, CodesAreStickyCopiedAndClearedByTheApplicationAlone) {
+    Recording recording;
+    Item item;
+    EXPECT_EQ(codes(item), "0:0");
+    char byte = 0;
+    recording.refuseAddress(&byte);
+    EXPECT_FALSE(item.checkReadPointer(&byte, 1));
+    EXPECT_EQ(codes(item), "2:2004");
+    item.report(6115, 1);
+    EXPECT_EQ(codes(item), "1:6115");
+    EXPECT_FALSE(item.checkWritePointer(&byte, 1));
+    EXPECT_EQ(codes(item), "2:2004");
+    EXPECT_EQ(recording.texts(), (Texts{"ZebError::checkReadPointer (error): buffer error",
+                                        "ZebError::checkWritePointer (error): buffer error"}));
+    recording.refuseAddress(nullptr);
+    EXPECT_TRUE(item.checkReadPointer(&byte, 1) && item.checkWritePointer(&byte, 1));
+    EXPECT_EQ(codes(item), "2:2004");
+
+    const Item copy(item);
+    const ZebErr error(item);
+    EXPECT_EQ(codes(copy) + codes(error), "2:20042:2004");
+    ZebErr target;
+    target = error;
+    target = static_cast<const ZebErr &>(target);
+    EXPECT_EQ(codes(target), "2:2004");
+    item = static_cast<const Item &>(item);
+    EXPECT_EQ(codes(item), "2:2004");
+    item.clearErrorCodes();
+    EXPECT_EQ(codes(item), "0:0");
+    item = copy;
+    EXPECT_EQ(codes(item), "2:2004");
+
+    // A message takes over an item's codes whatever the result.
+    ZebMsg message;
+    for (const bool outcome : {true, false}) {
+        item.outcome = outcome;
+        EXPECT_EQ(message.readItem(item), outcome);
+        EXPECT_EQ(codes(message), "2:2004");
+        message.clearErrorCodes();
+        EXPECT_EQ(message.writeItem(item), outcome);
+        EXPECT_EQ(codes(message), "2:2004");
+        item.clearErrorCodes();
+        EXPECT_EQ(message.readItem(item), outcome);
+        EXPECT_EQ(codes(message), "0:0");
+        item = copy;
+    }
+}
+
+TEST(FrameErrors, ObjectsOfTheHierarchyComeFromTheGlobalOperators) {
+    const std::ptrdiff_t before = support::liveBlocks();
+    support::AllocationTally tally;
+    ZebErr * const one = new ZebMsg;
+    Item * const many = new Item[3];
+    EXPECT_EQ(tally.count(), 2U);
+    EXPECT_GE(tally.bytes(), sizeof(ZebMsg) + 3 * sizeof(Item));
+    delete one;
+    delete[] many;
+    EXPECT_EQ(support::liveBlocks(), before);
+    for (const bool array : {false, true}) {
+        support::FailAllocations guard(1);
+        EXPECT_THROW(array ? ZebErr::operator new[](64) : ZebErr::operator new(64), std::bad_alloc);
+    }
+}
+
+TEST(FrameErrors, TheCodeTablesNameEveryNumberOnceInOrder) {
+    std::int32_t last = -1;
+    for (const ZebCodeText & row : zebReasonCodes) {
+        EXPECT_LT(last, row.code);
+        last = row.code;
+        EXPECT_EQ(zebReasonCode(row.code), &row);
+        EXPECT_EQ(std::string(row.name).substr(0, 5), "ZBRC_");
+    }
+    EXPECT_EQ(std::size(zebReasonCodes), 20U);
+    EXPECT_STREQ(zebReasonCode(6114)->name, "ZBRC_INSUFFICIENT_DATA");
+    EXPECT_STREQ(zebCompletionCode(1)->name, "ZBCC_WARNING");
+    EXPECT_EQ(zebReasonCode(1), nullptr);
+    EXPECT_EQ(zebCompletionCode(3), nullptr);
+}
+
+}

@@ -1,0 +1,490 @@
+#include "ZebStr.hpp"
+#include "ZebTrc.hpp"
+
+#include "support/failing_allocation.hpp"
+#include "support/page_end.hpp"
+#include "support/recording_zbcommon.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <functional>
+
+namespace {
+
+using std::string;
+using std::string_literals::operator""s;
+using support::FailAllocations;
+using support::Recording;
+using support::Texts;
+
+// A string with `spare` bytes behind its text, and no block where there is neither.
+struct Text : ZebStr {
+    using ZebStr::assign;
+    using ZebStr::operator=;
+    explicit Text(const string & text, std::size_t spare = 0) : ZebStr(text.c_str()) {
+        setStorage(spare != 0 || !text.empty() ? text.size() + 1 + spare : 0);
+    }
+};
+
+// Puts codes on an object, by a set that is refused.
+template <class String> String spoiled(String text) {
+    text.set(nullptr, 1);
+    return text;
+}
+
+// The text ("-" without a block), its block's size and its codes.
+string told(const ZebStr & text) {
+    const bool valid = text.text() == nullptr
+                           ? text.storage() == 0 && text.length() == 0
+                           : std::memchr(text.text(), 0, text.storage()) != nullptr &&
+                                 text.length() == std::strlen(text.text());
+    const string shown = !valid ? "INVALID" : text.text() != nullptr ? text.text() : "-";
+    return shown + '/' + std::to_string(text.storage()) + ' ' +
+           std::to_string(text.completionCode()) + ':' + std::to_string(text.reasonCode());
+}
+
+// A new text in a block of its own length, or none.
+string fresh(const string & text) {
+    return text.empty() ? "-/0 0:0" : text + '/' + std::to_string(text.size() + 1) + " 0:0";
+}
+
+// All texts of up to `longest` characters of an alphabet.
+std::vector<string> textsOf(const string & alphabet, std::size_t longest) {
+    std::vector<string> texts{""};
+    for (std::size_t i = 0; i != texts.size(); ++i) {
+        for (const char character : texts[i].size() < longest ? alphabet : "") {
+            texts.push_back(texts[i] + character);
+        }
+    }
+    return texts;
+}
+
+constexpr const char * noStorage = "ZebString::setStorage (error): storage not available";
+constexpr const char * notJoined = "ZebString::concatenate (warning): storage not available";
+constexpr const char * notBuilt = "ZebString::ZebString (warning): storage not available";
+constexpr const char * unreadable = "ZebError::checkReadPointer (error): buffer error";
+constexpr const char * nullText = "ZebString::set (error): null pointer";
+
+TEST(StringCases, EachStorageOperationLeavesThisBlockTheseCodesAndThisTrace) {
+    const string noAppend = "ZebString::pasteIn (error): storage not available";
+    const string nullAppend = "ZebString::pasteIn (error): null pointer";
+    const struct {
+        bool (*act)(Text &); // on "abc" with 2 bytes to spare
+        char fails;          // the first (c)heck or (s)torage request
+        const char * outcome;
+        Texts texts;
+    } cases[] = {
+        {[](Text & s) { return s.setStorage(6); }, 's', "1 abc/6 0:0", {}},
+        {[](Text & s) { return s.setStorage(0); }, 's', "1 -/0 0:0", {}},
+        {[](Text & s) { return s.setStorage(9); }, '-', "1 abc/9 0:0", {}},
+        {[](Text & s) { return s.setStorage(4); }, '-', "1 abc/4 0:0", {}},
+        {[](Text & s) { return s.setStorage(3); }, '-', "1 ab/3 0:0", {}},
+        {[](Text & s) { return s.setStorage(0) && s.setStorage(3); }, '-', "1 /3 0:0", {}},
+        {[](Text & s) { return s.setStorage(9); }, 's', "0 abc/6 2:2071", {noStorage}},
+        {[](Text & s) { return s.setStorage(SIZE_MAX); }, '-', "0 abc/6 2:2071", {noStorage}},
+        {[](Text & s) { return s.set(nullptr, 0); }, 'c', "1 -/0 0:0", {}},
+        {[](Text & s) { return s.set(nullptr, 5); }, '-', "0 abc/6 2:6108", {nullText}},
+        {[](Text & s) { return s.set("xyz\0\0", 5); }, '-', "1 xyz/5 0:0", {}},
+        {[](Text & s) { return s.set("ABCDE ", 6); }, '-', "1 ABCDE /7 0:0", {}},
+        {[](Text & s) { return s.set("\0x", 2); }, '-', "1 /2 0:0", {}},
+        {[](Text & s) { return s.set("wxyz", 4); }, 'c', "0 abc/6 2:2004", {unreadable}},
+        {[](Text & s) { return s.set("wxyz", 4); }, 's', "0 abc/6 2:2071", {noStorage}},
+        {[](Text & s) { return s.pasteIn("d\0e\0", 4); }, '-', "1 abcd.e./8 0:0", {}},
+        {[](Text & s) { return s.pasteIn("d", 1); }, '-', "1 abcd/5 0:0", {}},
+        {[](Text & s) { return s.pasteIn(nullptr, 0); }, 'c', "1 abc/6 0:0", {}},
+        {[](Text & s) { return s.pasteIn(nullptr, 5); }, '-', "0 abc/6 2:6108", {nullAppend}},
+        {[](Text & s) { return s.pasteIn("de", 2); }, 'c', "0 abc/6 2:2004", {unreadable}},
+        {[](Text & s) { return s.pasteIn("de", 3); }, 's', "0 abc/6 2:2071", {noStorage}},
+        {[](Text & s) { return s.pasteIn("x", SIZE_MAX - 3); }, '-', "0 abc/6 2:2071", {noAppend}},
+        {[](Text & s) { return s.pasteIn("x", SIZE_MAX - 4); }, '-', "0 abc/6 2:2071", {noStorage}},
+        {[](Text & s) { return s.assign(Text("x")); }, '-', "1 x/2 0:0", {}},
+        {[](Text & s) { return s.assign(s); }, 's', "1 abc/6 0:0", {}},
+    };
+    for (const auto & row : cases) {
+        const auto number = &row - cases;
+        Text text("abc", 2);
+        Recording recording;
+        recording.refuseCheck(row.fails == 'c' ? 1 : 0);
+        FailAllocations guard(row.fails == 's' ? 1 : 0);
+        const bool result = row.act(text);
+        guard.stop();
+        EXPECT_EQ((result ? "1 " : "0 ") + told(text), row.outcome) << number;
+        EXPECT_EQ(recording.texts(), row.texts) << number;
+    }
+}
+
+TEST(StringCases, ConstructionAndAssignmentGiveTheseBlocks) {
+    EXPECT_EQ(told(ZebStr()), "-/0 0:0");
+    EXPECT_EQ(told(ZebStr('x')), "x/2 0:0");
+    EXPECT_EQ(told(ZebStr('\0')), "/2 0:0");
+    EXPECT_EQ(told(ZebStr(static_cast<const char *>(nullptr))), "-/0 0:0");
+    EXPECT_EQ(told(ZebStr("")), "-/0 0:0");
+    EXPECT_EQ(told(ZebStr("word")), "word/5 0:0");
+    EXPECT_EQ(told(ZebStr("a\0b\0", 4)), "a.b./5 0:0");
+    EXPECT_EQ(told(ZebStr(nullptr, 0)), "-/0 0:0");
+    EXPECT_EQ(told(ZebStr(nullptr, 5)), "-/0 2:6108");
+    ZebStr field, target("longer text");
+    ASSERT_TRUE(field.set("ab\0cd", 5));
+    field = spoiled(field);
+    const ZebStr copy(field);
+    target = field;
+    target = static_cast<const ZebStr &>(target);
+    for (const ZebStr * same : {&copy, static_cast<const ZebStr *>(&target)}) {
+        EXPECT_EQ(told(*same), "ab/5 2:6108");
+        EXPECT_EQ(string(same->text(), 5), "ab\0cd"s);
+        EXPECT_NE(same->text(), field.text());
+    }
+}
+
+TEST(StringScope, OwnBytesAreTakenAsIfCopiedOutFirst) {
+    for (const string & bytes : {"abcdef\0"s, "ab\0de\0"s, "a\0"s}) {
+        for (std::size_t from = 0; from != bytes.size(); ++from) {
+            for (std::size_t length = 1; length <= bytes.size() - from; ++length) {
+                for (const bool sets : {true, false}) {
+                    const auto act = [&](ZebStr & text, const char * at) {
+                        return sets ? text.set(at, length) : text.pasteIn(at, length);
+                    };
+                    ZebStr plain, own;
+                    ASSERT_TRUE(plain.set(bytes.data(), bytes.size()));
+                    own = plain;
+                    ASSERT_TRUE(act(plain, bytes.substr(from, length).data()));
+                    ASSERT_TRUE(act(own, own.text() + from));
+                    EXPECT_EQ(told(own), told(plain)) << from << ' ' << length;
+                    EXPECT_EQ(std::memcmp(own.text(), plain.text(), own.storage()), 0);
+                }
+            }
+        }
+    }
+}
+
+// One copy into a field, in its three forms: reporting on an object, on nobody, and under the lock.
+enum class Form { object, nobody, locked };
+
+void expectCopy(Form form, const char * source, std::size_t width, bool toNull,
+                std::size_t refused) {
+    Texts lines;
+    string field = "######", codes = "0:0";
+    const string text = source != nullptr ? source : "";
+    const std::size_t n = std::min(width, text.size());
+    const auto isUsable = [&](const string & check) {
+        lines.push_back(check);
+        return lines.size() != refused;
+    };
+    const auto report = [&](const string & words, const char * both) {
+        lines.push_back("text " + words);
+        codes = both;
+        return both[0] != '2';
+    };
+    const bool checked = form == Form::object;
+    const auto wanted = [&] {
+        if (!toNull && width != 0 && !isUsable("check 2 " + std::to_string(width))) {
+            return checked ? report("ZebString::copy (error): target buffer error", "2:2146")
+                           : report("ZebString::copy (error): buffer error", "2:2004");
+        }
+        if (checked && source != nullptr && !isUsable("check 1 1")) {
+            return report("ZebString::copy (error): source buffer error", "2:2145");
+        }
+        if (toNull && width != 0) {
+            return report("static ZebString::copy (error): no destination buffer", "2:6108");
+        }
+        field.replace(0, width, text.substr(0, n) + string(width - n, '-'));
+        return width >= text.size() || (checked && width == 0) ||
+               report("static ZebString::copy (warning): string truncated", "1:6115");
+    }();
+    if (form == Form::locked) {
+        lines.insert(lines.begin(), {"entry 31 57", "exit 31 57 1"});
+        lines.insert(lines.end(), {"entry 31 58", "exit 31 58 1"});
+    }
+    support::PageEnd page(std::string_view("######"));
+    char * const target = toNull ? nullptr : page.data();
+    ZebStr object = form == Form::locked ? spoiled(ZebStr(source)) : ZebStr();
+    Recording recording;
+    recording.refuseCheck(refused);
+    const bool result = form == Form::object   ? ZebStr::copy(target, width, source, object, '-')
+                        : form == Form::nobody ? ZebStr::copy(target, width, source, '-')
+                                               : object.copyOut(target, width, '-');
+    const string where = '"' + text + "\" in " + std::to_string(width) + ", form " +
+                         std::to_string(static_cast<int>(form));
+    EXPECT_EQ(result, wanted) << where;
+    EXPECT_EQ(recording.lines(), lines) << where;
+    EXPECT_EQ(string(page.data(), 6), field) << where;
+    if (form != Form::nobody) {
+        EXPECT_EQ(told(object).substr(told(object).find(' ') + 1), codes) << where;
+    }
+}
+
+TEST(StringScope, EveryCopyFillsItsFieldAndReportsAsTold) {
+    ZebTrc::traceMessage("set up");
+    for (const Form form : {Form::object, Form::nobody, Form::locked}) {
+        for (const char * source :
+             {static_cast<const char *>(nullptr), "", "a", "abcd", "abcdefg"}) {
+            for (const std::size_t width : {0U, 1U, 4U, 6U}) {
+                for (const std::size_t refused : {0U, 1U, 2U}) {
+                    expectCopy(form, source, width, false, refused);
+                    expectCopy(form, source, width, true, refused);
+                }
+            }
+        }
+    }
+}
+
+TEST(StringScope, EveryPairOfSmallTextsComparesIsFoundAndJoined) {
+    for (const string & a : textsOf("a\xC3 ", 3)) {
+        for (const string & b : textsOf("a\xC3 ", 3)) {
+            for (const std::size_t spare : {0U, 2U}) {
+                const string pair = a + '|' + b;
+                const Text left(a, spare), right(b, spare);
+                const int sign = a.compare(b);
+                ASSERT_EQ(left.compare(right), (sign > 0) - (sign < 0)) << pair;
+                ASSERT_EQ(left.find(right), a.find(b) != string::npos) << pair;
+                for (const std::size_t offset : {0UL, 1UL, 2UL, 3UL, 4UL, SIZE_MAX, SIZE_MAX - 2}) {
+                    const bool past = offset > a.size() || b.size() > a.size() - offset;
+                    const std::size_t at = a.find(b, offset);
+                    const std::size_t end = b.empty() || past   ? offset
+                                            : at < string::npos ? at
+                                                                : a.size() - b.size() + 1;
+                    std::size_t place = offset;
+                    ASSERT_EQ(left.find(right, place), b.empty() || at != string::npos) << pair;
+                    ASSERT_EQ(place, end) << pair << offset;
+                }
+                Text withString = spoiled(left), withText = spoiled(left);
+                withString += static_cast<const ZebStr &>(right);
+                withText += b.c_str();
+                const ZebStr self = spoiled(left);
+                for (const ZebStr & joined :
+                     {static_cast<ZebStr>(withString), static_cast<ZebStr>(withText), self + right,
+                      self + b.c_str(), a.c_str() + right}) {
+                    ASSERT_EQ(told(joined), fresh(a + b)) << pair;
+                }
+            }
+        }
+    }
+}
+
+TEST(StringScope, EverySmallTextGivesThesePiecesTokensAndStrippings) {
+    const auto ends = {0UL, 1UL, 2UL, 3UL, 4UL, 5UL, 6UL, SIZE_MAX};
+    for (const string & text : textsOf("a ,", 5)) {
+        for (const std::size_t spare : {0U, 2U}) {
+            const Text whole(text, spare), bad = spoiled(whole);
+            for (const std::size_t offset : ends) {
+                for (const std::size_t length : ends) {
+                    const bool past = offset > text.size() || length > text.size() - offset;
+                    const std::size_t count = length != 0 ? length : string::npos;
+                    ASSERT_EQ(told(bad(offset, length)),
+                              fresh(past ? "" : text.substr(offset, count)))
+                        << text << offset << ' ' << length;
+                }
+            }
+            for (const char mark : {'a', ' ', ',', 'x', '\0'}) {
+                const std::size_t begin = std::min(text.find_first_not_of(mark), text.size());
+                const std::size_t end = std::min(text.find(mark, begin), text.size());
+                const bool none = begin == text.size();
+                const string where = text + '|' + mark;
+                const ZebStr old = spoiled(ZebStr("old"));
+                const string token = none ? told(old) : fresh(text.substr(begin, end - begin));
+                ZebStr copied(old), cut(old);
+                ASSERT_EQ(bad.copyOut(copied, mark), none ? 0 : end) << where;
+                ASSERT_EQ(told(copied), token) << where;
+                Text rest = bad;
+                const bool stays = mark == ' ' || mark == '\0';
+                const std::size_t next =
+                    stays ? end : std::min(text.find_first_not_of(mark, end), text.size());
+                ASSERT_EQ(rest.cutOut(cut, mark), none ? 0 : next) << where;
+                ASSERT_EQ(told(cut), token) << where;
+                ASSERT_EQ(told(rest), none ? told(bad) : fresh(text.substr(next))) << where;
+
+                Text front = bad, back = bad;
+                const std::size_t leading = mark != '\0' ? begin : 0;
+                const std::size_t kept =
+                    mark != '\0' ? text.find_last_not_of(mark) + 1 : text.size();
+                ASSERT_EQ(front.stripLeading(mark), leading) << where;
+                ASSERT_EQ(told(front), leading != 0 ? fresh(text.substr(leading)) : told(bad));
+                ASSERT_EQ(back.stripTrailing(mark), text.size() - kept) << where;
+                ASSERT_EQ(told(back), back.storage() == 0
+                                          ? told(bad)
+                                          : text.substr(0, kept) + '/' +
+                                                std::to_string(whole.storage()) + " 2:6108")
+                    << where;
+            }
+        }
+    }
+}
+
+TEST(StringCases, NullMarksAreToldInTheTrace) {
+    const char * unwise =
+        "ZebString::copyOut/cutOut (information): null string delimiter is not advised";
+    const char * leading = "ZebString::stripLeading (information): cannot strip nulls";
+    const char * trailing = "ZebString::stripTrailing (information): cannot strip nulls";
+    Recording recording;
+    ZebStr empty, text("ab"), token;
+    EXPECT_EQ(empty.copyOut(token, '\0'), 0U);
+    EXPECT_EQ(empty.cutOut(token, '\0'), 0U);
+    EXPECT_EQ(text.stripLeading('\0'), 0U);
+    EXPECT_EQ(text.stripTrailing('\0'), 0U);
+    EXPECT_EQ(text.cutOut(token, '\0'), 2U); // ends in a strip, which speaks as well
+    EXPECT_EQ(recording.texts(), (Texts{unwise, unwise, leading, trailing, unwise, leading}));
+}
+
+TEST(StringScope, NumbersAreScannedAsTheNaiveReaderScansThem) {
+    for (const string & text : textsOf("\t -+47x", 5)) {
+        std::size_t at = std::min(text.find_first_not_of("\t "), text.size());
+        const int sign = text[at] == '-' ? -1 : 1;
+        at += text[at] == '-' || text[at] == '+' ? 1 : 0;
+        int value = 0;
+        const std::size_t digits = at;
+        for (; text[at] == '4' || text[at] == '7'; ++at) {
+            value = value * 10 + (text[at] - '0');
+        }
+        const bool none = at == digits;
+        const Text whole = spoiled(Text(text, 1));
+        Text rest = whole;
+        std::int32_t copied = 99, cut = 99;
+        ASSERT_EQ(whole.copyOut(copied), none ? 0 : at) << text;
+        ASSERT_EQ(rest.cutOut(cut), none ? 0 : at) << text;
+        ASSERT_EQ(copied, none ? 99 : sign * value) << text;
+        ASSERT_EQ(cut, copied);
+        ASSERT_EQ(told(rest), none ? told(whole) : fresh(text.substr(at)));
+    }
+    const struct {
+        const char * text;
+        std::size_t passed;
+        std::int32_t number;
+    } cases[] = {
+        {"\t -42abc", 5, -42},          {"2147483647", 10, INT32_MAX},           {"5\xB2", 1, 5},
+        {"2147483648", 10, INT32_MAX},  {"-2147483648", 11, INT32_MIN},          {"\n5", 0, 7},
+        {"-2147483649", 11, INT32_MIN}, {"99999999999999999999", 20, INT32_MAX},
+    };
+    for (const auto & row : cases) {
+        std::int32_t number = 7;
+        EXPECT_EQ(ZebStr(row.text).copyOut(number), row.passed) << row.text;
+        EXPECT_EQ(number, row.number) << row.text;
+    }
+    for (int c = CHAR_MIN; c <= CHAR_MAX; ++c) {
+        EXPECT_EQ(WhiteSpace(static_cast<char>(c)), c == 9 || c == 32) << c;
+    }
+}
+
+TEST(StringCases, CharactersAndNumbersAreAppendedWhole) {
+    const auto joined = [](auto operand) {
+        ZebStr text("n=");
+        text += operand;
+        EXPECT_EQ(told(text), told(ZebStr("n=") + operand));
+        return told(text);
+    };
+    EXPECT_EQ(joined(std::int32_t{-42}), fresh("n=-42"));
+    EXPECT_EQ(joined(INT32_MIN), fresh("n=-2147483648"));
+    EXPECT_EQ(joined(1.5), fresh("n=1.500000"));
+    EXPECT_EQ(joined(-1e308).size(), fresh("n=-").size() + 309 + 7 + 2);
+    EXPECT_EQ(joined('x'), fresh("n=x"));
+    EXPECT_EQ(joined('\0'), fresh("n="));
+    const struct {
+        const char * format;
+        bool result;
+        string text;
+    } cases[] = {{"%.2f", true, "n=2.50"},
+                 {"", false, "n=***"},
+                 {"%900.1f", true, "n=" + string(897, ' ') + "2.5"}};
+    for (const auto & row : cases) {
+        ZebStr text = spoiled(ZebStr("n="));
+        EXPECT_EQ(text.pasteIn(2.5, row.format), row.result);
+        EXPECT_EQ(told(text), fresh(row.text));
+    }
+    ZebStr text = spoiled(ZebStr("n="));
+    EXPECT_TRUE(text.pasteIn(std::int32_t{7}));
+    EXPECT_EQ(told(text), fresh("n=7"));
+    const Text lower = spoiled(Text("a-\xE4z", 4));
+    EXPECT_EQ(told(lower.upperCase()), "A-\xE4Z/9 2:6108");
+    EXPECT_EQ(told(lower), "a-\xE4z/9 2:6108");
+    EXPECT_EQ(told(ZebStr().upperCase()), "-/0 0:0");
+}
+
+TEST(StringStorage, EveryAllocationFailedInTurnEndsInTheseTextsCodesAndTraces) {
+    const string none = "-/0 0:0", cut = "-/0 2:2071", unjoined = "-/0 1:2071";
+    const string text = " 12,ab,c/10 2:6108", again = " 12,ab,c/8 0:0", token = " old/4 2:6108";
+    const string lost = none + " -/0 1:2071" + token, own = none + again + token;
+    const string left = text + token;
+    using Outcomes = std::vector<std::pair<string, Texts>>; // of the first, second, ... failure
+    const Outcomes appended{{own, {notBuilt}}, {lost, {notJoined}}};
+    const struct {
+        std::function<ZebStr(Text &, ZebStr &)>
+            act;           // on "12,ab,c" in 10 bytes and "old", with codes
+        Outcomes outcomes; // the result, the text, the token
+    } cases[] = {
+        {[](Text & s, ZebStr & t) { return s += t, ZebStr(); }, {{lost, {notJoined}}}},
+        {[](Text & s, ZebStr &) { return s += "de", ZebStr(); }, appended},
+        {[](Text & s, ZebStr &) { return s += 'd', ZebStr(); }, appended},
+        {[](Text & s, ZebStr &) { return s += std::int32_t{34}, ZebStr(); }, appended},
+        {[](Text & s, ZebStr &) { return s += 3.4, ZebStr(); }, appended},
+        {[](Text & s, ZebStr & t) { return s + t; }, {{unjoined + left, {notJoined}}}},
+        {[](Text & s, ZebStr &) { return s + 'd'; },
+         {{"12,ab,c/8 0:0" + left, {notBuilt}}, {unjoined + left, {notJoined}}}},
+        {[](Text & s, ZebStr &) { return s + "de"; },
+         {{"de/3 0:0" + left, {noStorage}},
+          {"12,ab,c/8 0:0" + left, {notBuilt}},
+          {unjoined + left, {notJoined}}}},
+        {[](Text & s, ZebStr &) { return s(1, 1); }, {{cut + left, {noStorage}}}},
+        {[](Text & s, ZebStr &) { return s.upperCase(); }, {{cut + left, {noStorage}}}},
+        {[](Text & s, ZebStr &) { return s.stripLeading('1'), ZebStr(); },
+         {{none + ' ' + cut + token, {noStorage}}}},
+        {[](Text & s, ZebStr & t) { return s.copyOut(t, ','), ZebStr(); },
+         {{none + text + ' ' + cut, {noStorage}}}},
+        {[](Text & s, ZebStr & t) { return s.cutOut(t, ','), ZebStr(); },
+         {{none + " ab,c/5 0:0 " + cut, {noStorage}},
+          {none + ' ' + cut + " 12/3 0:0", {noStorage}},
+          {none + ' ' + cut + " 12/3 0:0", {noStorage}}}},
+        {[n = 0](Text & s, ZebStr &) mutable { return s.cutOut(n), ZebStr(); },
+         {{none + ' ' + cut + token, {noStorage}}}},
+        {[](Text & s, ZebStr & t) { return t = s, ZebStr(); },
+         {{none + text + " old/4 2:2071", {noStorage}}}},
+        {[](Text & s, ZebStr &) { return ZebStr(s); }, {{cut + left, {noStorage}}}},
+        {[](Text &, ZebStr &) { return ZebStr("xy"); }, {{unjoined + left, {notBuilt}}}},
+        {[](Text &, ZebStr &) { return ZebStr("xy", 2); }, {{cut + left, {noStorage}}}},
+    };
+    for (const auto & row : cases) {
+        const auto number = &row - cases;
+        for (const auto extent : {FailAllocations::once, FailAllocations::fromThere}) {
+            for (std::size_t n = 1; n <= row.outcomes.size() + 1; ++n) {
+                const std::ptrdiff_t before = support::liveBlocks();
+                {
+                    Text s = spoiled(Text("12,ab,c", 2));
+                    ZebStr t = spoiled(ZebStr("old"));
+                    Recording recording;
+                    FailAllocations guard(n, extent);
+                    const ZebStr result = row.act(s, t);
+                    guard.stop();
+                    EXPECT_EQ(guard.failed(), n <= row.outcomes.size()) << number;
+                    const string outcome = told(result) + ' ' + told(s) + ' ' + told(t);
+                    EXPECT_EQ(outcome.find("INVALID"), string::npos) << number;
+                    if (guard.failed() && extent == FailAllocations::once) {
+                        EXPECT_EQ(outcome, row.outcomes[n - 1].first) << number << ' ' << n;
+                        EXPECT_EQ(recording.texts(), row.outcomes[n - 1].second) << number;
+                    }
+                }
+                EXPECT_EQ(support::liveBlocks(), before) << number;
+            }
+        }
+    }
+}
+
+TEST(StringStorage, ASemaphoreThatCannotBeMadeIsAFailureOfTheCopyAlone) {
+    ZebStrCleanUp();
+    ZebTrc::traceMessage("this thread is set up");
+    ZebStr text("abc");
+    char field[] = "####";
+    {
+        Recording recording;
+        FailAllocations guard(1);
+        const bool result = text.copyOut(field, 4, ' ');
+        guard.stop();
+        EXPECT_FALSE(result);
+        EXPECT_EQ(recording.lines(), (Texts{"entry 31 57", "exit 31 57 0"}));
+    }
+    EXPECT_EQ(told(text) + ' ' + field, "abc/4 2:2195 ####");
+    EXPECT_TRUE(text.copyOut(field, 4, ' '));
+    EXPECT_EQ(told(text) + ' ' + field, "abc/4 0:0 abc ");
+}
+
+}

@@ -1,0 +1,282 @@
+#include "ZebStr.hpp"
+
+#include "ZebTrc.hpp"
+#include "frame/report.hpp"
+#include "frame/storage.hpp"
+#include "values/string_semaphore.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+
+namespace {
+
+using zeb::Report;
+
+constexpr Report noStorageToConstruct{"ZebString::ZebString (warning): storage not available",
+                                      ZBRC_STORAGE_NOT_AVAILABLE, ZBCC_WARNING};
+constexpr Report noStorageToSet{"ZebString::setStorage (error): storage not available",
+                                ZBRC_STORAGE_NOT_AVAILABLE};
+constexpr Report noStorageToPasteIn{"ZebString::pasteIn (error): storage not available",
+                                    ZBRC_STORAGE_NOT_AVAILABLE};
+constexpr Report nullToSet{"ZebString::set (error): null pointer", ZBRC_NULL_POINTER};
+constexpr Report nullToPasteIn{"ZebString::pasteIn (error): null pointer", ZBRC_NULL_POINTER};
+
+constexpr Report targetBufferError{"ZebString::copy (error): target buffer error",
+                                   ZBRC_TARGET_BUFFER_ERROR};
+constexpr Report sourceBufferError{"ZebString::copy (error): source buffer error",
+                                   ZBRC_SOURCE_BUFFER_ERROR};
+constexpr Report bufferError{"ZebString::copy (error): buffer error", ZBRC_BUFFER_ERROR};
+constexpr Report noDestination{"static ZebString::copy (error): no destination buffer",
+                               ZBRC_NULL_POINTER};
+constexpr Report truncated{"static ZebString::copy (warning): string truncated",
+                           ZBRC_DATA_TRUNCATED, ZBCC_WARNING};
+
+/// The process-wide pair of codes, in one word so that nobody reads the reason of one report with
+/// the completion of another.
+class CopyCodes {
+public:
+    void store(std::int32_t reason, std::int32_t completion) noexcept {
+        word_.store(static_cast<std::uint64_t>(static_cast<std::uint32_t>(reason)) << 32 |
+                        static_cast<std::uint32_t>(completion),
+                    std::memory_order_relaxed);
+    }
+    void moveTo(ZebErr & object) const noexcept {
+        const std::uint64_t word = word_.load(std::memory_order_relaxed);
+        zeb::CodeWriter::store(object,
+                               static_cast<std::int32_t>(static_cast<std::uint32_t>(word >> 32)),
+                               static_cast<std::int32_t>(static_cast<std::uint32_t>(word)));
+    }
+
+private:
+    std::atomic<std::uint64_t> word_{0};
+};
+
+CopyCodes copyCodes;
+
+/// Where a static copy reports: on an error object, or on the process-wide pair for none.
+bool reportCopy(ZebErr * error, const Report & what) {
+    if (error != nullptr) {
+        return zeb::report(*error, what);
+    }
+    ZebTrc::traceMessage(what.message);
+    copyCodes.store(what.reason, what.completion);
+    return what.completion != ZBCC_FAILED;
+}
+
+bool fill(char * target, std::size_t width, const char * source, ZebErr * error, char pad) {
+    if (target != nullptr && width != 0 && !ZebTrc::checkWritePointer(target, width)) {
+        return reportCopy(error, error != nullptr ? targetBufferError : bufferError);
+    }
+    if (error != nullptr) {
+        if (source != nullptr && !ZebTrc::checkReadPointer(source, 1)) {
+            return reportCopy(error, sourceBufferError);
+        }
+        if (width == 0) {
+            return true;
+        }
+    }
+    if (target == nullptr && width != 0) {
+        return reportCopy(error, noDestination);
+    }
+    const std::size_t count = source != nullptr ? strnlen(source, width) : 0;
+    if (count != 0) {
+        std::memmove(target, source, count);
+    }
+    if (count < width) {
+        std::memset(target + count, pad, width - count);
+        return true;
+    }
+    // All of the width is text: one look behind it tells whether there was more.
+    return source == nullptr || source[width] == '\0' || reportCopy(error, truncated);
+}
+
+} // namespace
+
+ZebStr::ZebStr() = default;
+
+ZebStr::ZebStr(char character) {
+    char * const block = zeb::obtainBlock(2);
+    if (block == nullptr) {
+        zeb::report(*this, noStorageToConstruct);
+        return;
+    }
+    block[0] = character;
+    block[1] = '\0';
+    adopt(block, 2);
+}
+
+ZebStr::ZebStr(const char * text) {
+    if (text == nullptr || *text == '\0') {
+        return;
+    }
+    const std::size_t size = std::strlen(text) + 1;
+    char * const block = zeb::obtainBlock(size);
+    if (block == nullptr) {
+        zeb::report(*this, noStorageToConstruct);
+        return;
+    }
+    std::memcpy(block, text, size);
+    adopt(block, size);
+}
+
+ZebStr::ZebStr(const void * bytes, std::size_t length) {
+    pasteIn(bytes, length);
+}
+
+ZebStr::ZebStr(const ZebStr & source) : ZebItm(source) {
+    assign(source);
+}
+
+ZebStr::~ZebStr() {
+    zeb::releaseBlock(text_);
+}
+
+void ZebStr::operator=(const ZebStr & source) {
+    if (this != &source) {
+        ZebItm::operator=(source);
+        assign(source);
+    }
+}
+
+std::size_t ZebStr::length() const {
+    return text_ != nullptr ? std::strlen(text_) : 0;
+}
+
+bool ZebStr::obtain(std::size_t size, char *& block) {
+    block = zeb::obtainBlock(size);
+    return block != nullptr || zeb::report(*this, noStorageToSet);
+}
+
+void ZebStr::adopt(char * block, std::size_t size) noexcept {
+    zeb::releaseBlock(text_);
+    text_ = block;
+    storageSize_ = size;
+}
+
+bool ZebStr::setStorage(std::size_t size) {
+    if (size == storageSize_) {
+        return true;
+    }
+    if (size == 0) {
+        adopt(nullptr, 0);
+        return true;
+    }
+    char * block = nullptr;
+    if (!obtain(size, block)) {
+        return false;
+    }
+    const std::size_t carried = std::min(size, storageSize_);
+    if (carried != 0) {
+        std::memcpy(block, text_, carried);
+    }
+    std::memset(block + carried, 0, size - carried);
+    if (std::memchr(block, '\0', size) == nullptr) {
+        block[size - 1] = '\0';
+    }
+    adopt(block, size);
+    return true;
+}
+
+bool ZebStr::assign(const ZebStr & source) {
+    if (this == &source) {
+        return true;
+    }
+    if (source.storageSize_ != storageSize_) {
+        char * block = nullptr;
+        if (source.storageSize_ != 0 && !obtain(source.storageSize_, block)) {
+            return false;
+        }
+        adopt(block, source.storageSize_);
+    }
+    if (storageSize_ != 0) {
+        std::memcpy(text_, source.text_, storageSize_);
+    }
+    return true;
+}
+
+bool ZebStr::set(const char * text, std::size_t length) {
+    if (length == 0) {
+        adopt(nullptr, 0);
+        return true;
+    }
+    if (text == nullptr) {
+        return zeb::report(*this, nullToSet);
+    }
+    if (!checkReadPointer(text, length)) {
+        return false;
+    }
+    const bool terminated = std::memchr(text, '\0', length) != nullptr;
+    const std::size_t size = terminated ? length : length + 1;
+    // The text may lie inside this string's own block, so that block goes only after the copy.
+    char * block = text_;
+    if (size != storageSize_ && !obtain(size, block)) {
+        return false;
+    }
+    std::memmove(block, text, length);
+    if (!terminated) {
+        block[length] = '\0';
+    }
+    if (block != text_) {
+        adopt(block, size);
+    }
+    return true;
+}
+
+bool ZebStr::pasteIn(const void * bytes, std::size_t length) {
+    if (length == 0) {
+        return true;
+    }
+    if (bytes == nullptr) {
+        return zeb::report(*this, nullToPasteIn);
+    }
+    const std::size_t present = this->length();
+    if (!checkReadPointer(bytes, length)) {
+        return false;
+    }
+    const std::size_t size = present + length + 1;
+    if (size <= length) {
+        return zeb::report(*this, noStorageToPasteIn);
+    }
+    // As in set: the bytes may lie inside this string's own block.
+    char * block = text_;
+    if (size != storageSize_) {
+        if (!obtain(size, block)) {
+            return false;
+        }
+        if (present != 0) {
+            std::memcpy(block, text_, present);
+        }
+    }
+    char * const added = block + present;
+    std::memmove(added, bytes, length);
+    std::replace(added, added + length, '\0', '.');
+    added[length] = '\0';
+    if (block != text_) {
+        adopt(block, size);
+    }
+    return true;
+}
+
+bool ZebStr::copy(char * target, std::size_t width, const char * source, ZebErr & error, char pad) {
+    return fill(target, width, source, &error, pad);
+}
+
+bool ZebStr::copy(char * target, std::size_t width, const char * source, char pad) {
+    return fill(target, width, source, nullptr, pad);
+}
+
+bool ZebStr::copyOut(char * target, std::size_t width, char pad) {
+    constexpr Report noLock{nullptr, ZBRC_UNEXPECTED_ERROR};
+    if (!zeb::takeStringSemaphore()) {
+        return zeb::report(*this, noLock);
+    }
+    // Cleared ahead, so that this string gets the report of this copy and not an older one.
+    copyCodes.store(ZBRC_NONE, ZBCC_OK);
+    const bool copied = copy(target, width, text_, pad);
+    copyCodes.moveTo(*this);
+    if (!zeb::giveStringSemaphore()) {
+        return zeb::report(*this, noLock);
+    }
+    return copied;
+}

@@ -1,0 +1,41 @@
+#include "values/fixed_fields.hpp"
+
+#include <cstring>
+
+namespace zeb {
+
+ZebStr fieldText(const char * field, std::size_t width) {
+    ZebStr text;
+    text.set(field, width);
+    return text;
+}
+
+ZebStr strippedFieldText(const char * field, std::size_t width) {
+    ZebStr text;
+    text.set(field, width);
+    text.stripTrailing(blankPad);
+    return text;
+}
+
+ZebBin fieldBytes(const unsigned char * field, std::size_t width) {
+    return ZebBin(field, width);
+}
+
+void setFieldBytes(unsigned char * field, std::size_t width, const unsigned char * bytes) {
+    if (bytes == nullptr) {
+        std::memset(field, 0, width);
+    } else {
+        std::memmove(field, bytes, width);
+    }
+}
+
+bool setFieldBytes(unsigned char * field, std::size_t width, const ZebBin & value, ZebErr & object,
+                   const Report & wrongLength) {
+    if (value.dataLength() != width && value.dataLength() != 0) {
+        return report(object, wrongLength);
+    }
+    setFieldBytes(field, width, static_cast<const unsigned char *>(value.dataPointer()));
+    return true;
+}
+
+} // namespace zeb
