@@ -3,6 +3,12 @@
 
 #include "ZebItm.hpp"
 
+class ZebStr;
+
+namespace zeb {
+ZebStr strippedFieldText(const char * field, std::size_t width);
+}
+
 /// A text: one block of 8-bit characters on the heap that ends in a null.
 ///
 ///     ZebStr name("ORDERS");
@@ -150,10 +156,16 @@ protected:
     bool assign(const ZebStr & source);
 
 private:
+    friend ZebStr zeb::strippedFieldText(const char * field, std::size_t width);
+
     ZEB_LOCAL const ZebStr concatenate(const ZebStr & left, const ZebStr & right) const;
     ZEB_LOCAL bool obtain(std::size_t size, char *& block);
     ZEB_LOCAL void adopt(char * block, std::size_t size) noexcept;
     ZEB_LOCAL void replaceBy(ZebStr & source);
+    /// The steps of set; tells where the text ends.
+    ZEB_LOCAL bool take(const char * text, std::size_t length, std::size_t & end);
+    /// Removes every `character` before `end`, where the text ends; returns how many.
+    ZEB_LOCAL std::size_t stripBefore(std::size_t end, char character) noexcept;
     ZEB_LOCAL std::size_t numberEnd(std::int32_t & number) const noexcept;
 
     char * text_ = nullptr;

@@ -129,7 +129,7 @@ ZebStr::ZebStr(const ZebStr & source) : ZebItm(source) {
 }
 
 ZebStr::~ZebStr() {
-    zeb::releaseBlock(text_);
+    adopt(nullptr, 0);
 }
 
 void ZebStr::operator=(const ZebStr & source) {
@@ -149,7 +149,9 @@ bool ZebStr::obtain(std::size_t size, char *& block) {
 }
 
 void ZebStr::adopt(char * block, std::size_t size) noexcept {
-    zeb::releaseBlock(text_);
+    if (text_ != nullptr) {
+        zeb::releaseBlock(text_);
+    }
     text_ = block;
     storageSize_ = size;
 }
@@ -196,6 +198,12 @@ bool ZebStr::assign(const ZebStr & source) {
 }
 
 bool ZebStr::set(const char * text, std::size_t length) {
+    std::size_t end = 0;
+    return take(text, length, end);
+}
+
+bool ZebStr::take(const char * text, std::size_t length, std::size_t & end) {
+    end = 0;
     if (length == 0) {
         adopt(nullptr, 0);
         return true;
@@ -206,20 +214,23 @@ bool ZebStr::set(const char * text, std::size_t length) {
     if (!checkReadPointer(text, length)) {
         return false;
     }
-    const bool terminated = std::memchr(text, '\0', length) != nullptr;
-    const std::size_t size = terminated ? length : length + 1;
+    const void * const terminator = std::memchr(text, '\0', length);
+    const std::size_t size = terminator != nullptr ? length : length + 1;
+    const auto textLength =
+        terminator != nullptr
+            ? static_cast<std::size_t>(static_cast<const char *>(terminator) - text)
+            : length;
     // The text may lie inside this string's own block, so that block goes only after the copy.
     char * block = text_;
     if (size != storageSize_ && !obtain(size, block)) {
         return false;
     }
     std::memmove(block, text, length);
-    if (!terminated) {
-        block[length] = '\0';
-    }
+    block[textLength] = '\0';
     if (block != text_) {
         adopt(block, size);
     }
+    end = textLength;
     return true;
 }
 

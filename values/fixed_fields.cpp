@@ -10,10 +10,13 @@ ZebStr fieldText(const char * field, std::size_t width) {
     return text;
 }
 
+// As set and stripTrailing, but the end of the text is looked for once.
 ZebStr strippedFieldText(const char * field, std::size_t width) {
     ZebStr text;
-    text.set(field, width);
-    text.stripTrailing(blankPad);
+    std::size_t end = 0;
+    if (text.take(field, width, end)) {
+        text.stripBefore(end, blankPad);
+    }
     return text;
 }
 

@@ -110,15 +110,18 @@ std::size_t ZebStr::stripTrailing(char character) {
         ZebTrc::traceMessage("ZebString::stripTrailing (information): cannot strip nulls");
         return 0;
     }
-    const std::size_t length = this->length();
-    std::size_t end = length;
-    while (end != 0 && text_[end - 1] == character) {
-        --end;
+    return stripBefore(length(), character);
+}
+
+std::size_t ZebStr::stripBefore(std::size_t end, char character) noexcept {
+    std::size_t stripped = end;
+    while (stripped != 0 && text_[stripped - 1] == character) {
+        --stripped;
     }
-    if (end != length) {
-        text_[end] = '\0';
+    if (stripped != end) {
+        text_[stripped] = '\0';
     }
-    return length - end;
+    return end - stripped;
 }
 
 std::size_t ZebStr::copyOut(ZebStr & token, char delimiter) const {
