@@ -88,8 +88,10 @@ FARPROC exportOf(const link_map & module, const char * name) {
     // The lowest bit of a chained hash marks the end of its bucket.
     for (;; ++index) {
         const std::uint32_t chained = chains[index - firstSymbol];
-        if ((chained | 1) == (hash | 1) && std::strcmp(names + symbols[index].st_name, name) == 0) {
-            return reinterpret_cast<FARPROC>(module.l_addr + symbols[index].st_value);
+        const ElfW(Sym) & symbol = symbols[index];
+        if ((chained | 1) == (hash | 1) && symbol.st_shndx != SHN_UNDEF &&
+            std::strcmp(names + symbol.st_name, name) == 0) {
+            return reinterpret_cast<FARPROC>(module.l_addr + symbol.st_value);
         }
         if ((chained & 1) != 0) {
             return nullptr;

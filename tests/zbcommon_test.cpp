@@ -12,11 +12,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
+#include <link.h>
 #include <map>
 #include <pthread.h>
 #include <set>
@@ -152,7 +154,7 @@ void checkEveryRange() {
     auto * const readOnlyFile = static_cast<char *>(map(1, PROT_READ, MAP_SHARED, file));
     auto * const untouched = static_cast<char *>(map(1000, readWrite));
     EXPECT_EQ(munmap(mapped + 3 * page, page), 0); // last: the next mapping would fill the hole
-    const auto code = reinterpret_cast<const char *>(&svcCheckPointer);
+    const auto * const code = reinterpret_cast<const char *>(&svcCheckPointer);
     const auto at = [](std::uintptr_t address) { return reinterpret_cast<const void *>(address); };
     constexpr std::size_t all = SIZE_MAX;
 
@@ -374,7 +376,7 @@ void checksInAForkedProcess() {
 sigjmp_buf behindTheFault;
 std::string faultReport; // written in the handler of a fault that was made on purpose
 char * ownStack = nullptr;
-constexpr std::size_t ownStackSize = 64 * 1024;
+constexpr std::size_t ownStackSize = 65536;
 
 std::string blockedNow() {
     sigset_t blocked;
@@ -680,6 +682,19 @@ TEST(Thread, SlotIsFilledBySetUpAlone) {
     EXPECT_NE(contexts[0], nullptr);
     EXPECT_NE(contexts[1], nullptr);
     EXPECT_NE(contexts[0], contexts[1]);
+}
+
+// The handler, and what others have kept of it, must not be unloaded from under the process.
+TEST(Library, StaysLoadedForGood) {
+    Dl_info info{};
+    void * entry = nullptr;
+    ASSERT_NE(dladdr1(dlsym(RTLD_DEFAULT, "svcCheckPointer"), &info, &entry, RTLD_DL_LINKMAP), 0);
+    ElfW(Xword) flags = 0;
+    for (const ElfW(Dyn) * part = static_cast<link_map *>(entry)->l_ld; part->d_tag != DT_NULL;
+         ++part) {
+        flags |= part->d_tag == DT_FLAGS_1 ? part->d_un.d_val : 0;
+    }
+    EXPECT_NE(flags & DF_1_NODELETE, 0U);
 }
 
 TEST(PointerCheck, EveryRange) {

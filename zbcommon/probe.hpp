@@ -18,55 +18,52 @@ constexpr Verdict refused = 1;
 
 constexpr bool machineCanTouch = true;
 
-// Where a probe touches and where a fault in it leads, both relative to the field itself: so the
-// list needs no work at load and lies in read-only memory.
+// Where a probe touches and where it ends, both relative to the field itself: so the list needs no
+// work at load and lies in read-only memory.
 struct Probe {
     std::int32_t touches;
-    std::int32_t leadsTo;
+    std::int32_t ends;
 };
 
 [[gnu::visibility("hidden")]] extern const Probe firstProbe[] __asm__("__start_zbcommon_probes");
 [[gnu::visibility("hidden")]] extern const Probe lastProbe[] __asm__("__stop_zbcommon_probes");
 
 // Probes are written for the assembler: compilers and sanitizers may neither drop the access nor
-// add to it, and the fault comes at one known instruction. What a fault leads to needs no register
-// that was set near the probe: valgrind, which translates the instructions, keeps only the stack
-// pointer and the frame pointer exact there.
-#define ZBCOMMON_PROBE(touch)                                                                      \
+// add to it, and the fault comes at one known instruction. The verdict is in rax, where the fault
+// handler puts the refusal: valgrind, which translates the instructions, would not keep one that
+// the probe itself had put into a register beforehand.
+#define ZBCOMMON_PROBE(touch, accept)                                                              \
     "1: " touch "\n"                                                                               \
+    "   " accept "\n"                                                                              \
+    "2:\n"                                                                                         \
     ".pushsection zbcommon_probes, \"a\"\n"                                                        \
     ".balign 4\n"                                                                                  \
-    ".long 1b - ., %l[fault] - .\n"                                                                \
+    ".long 1b - ., 2b - .\n"                                                                       \
     ".popsection\n"
 
 // The yes is made of the byte that was read. Nothing else would keep valgrind from leaving out a
 // read whose result nobody uses.
 [[gnu::always_inline]] inline Verdict touchToRead(std::uintptr_t at) noexcept {
     Verdict verdict;
-    __asm__ volatile goto(ZBCOMMON_PROBE("movzbl (%[at]), %[verdict]") "shrl $8, %[verdict]"
-                          : [verdict] "=r"(verdict)
-                          : [at] "r"(at)
-                          : "cc", "memory"
-                          : fault);
+    __asm__ volatile(ZBCOMMON_PROBE("movzbl (%[at]), %[verdict]", "shrl $8, %[verdict]")
+                     : [verdict] "=&a"(verdict)
+                     : [at] "r"(at)
+                     : "cc", "memory");
     return verdict;
-fault:
-    return refused;
 }
 
 // The lock prefix makes reading and writing back one step, so that no byte which another thread
 // writes in between is lost.
 [[gnu::always_inline]] inline Verdict touchToWrite(std::uintptr_t at) noexcept {
-    __asm__ volatile goto(ZBCOMMON_PROBE("lock orb $0, (%[at])")
-                          :
-                          : [at] "r"(at)
-                          : "cc", "memory"
-                          : fault);
-    return accepted;
-fault:
-    return refused;
+    Verdict verdict;
+    __asm__ volatile(ZBCOMMON_PROBE("lock orb $0, (%[at])", "xorl %[verdict], %[verdict]")
+                     : [verdict] "=&a"(verdict)
+                     : [at] "r"(at)
+                     : "cc", "memory");
+    return verdict;
 }
 
-// Where the context stands at a probe, lets it go on with the refusal.
+// Where the context stands at a probe, ends that with a refusal.
 inline bool leaveProbe(ucontext_t & context) noexcept {
     const auto at = static_cast<std::uintptr_t>(context.uc_mcontext.gregs[REG_RIP]);
     const auto target = [](const std::int32_t & field) {
@@ -74,7 +71,8 @@ inline bool leaveProbe(ucontext_t & context) noexcept {
     };
     for (const Probe * probe = firstProbe; probe != lastProbe; ++probe) {
         if (at == target(probe->touches)) {
-            context.uc_mcontext.gregs[REG_RIP] = static_cast<greg_t>(target(probe->leadsTo));
+            context.uc_mcontext.gregs[REG_RAX] = refused;
+            context.uc_mcontext.gregs[REG_RIP] = static_cast<greg_t>(target(probe->ends));
             return true;
         }
     }
