@@ -1,6 +1,5 @@
 #include "ZebErr.hpp"
 
-#include "ZebTrc.hpp"
 #include "frame/report.hpp"
 
 #include <new>
@@ -44,13 +43,9 @@ void ZebErr::operator delete[](void * block) noexcept {
 }
 
 bool ZebErr::checkReadPointer(const void * pointer, std::size_t length) {
-    return ZebTrc::checkReadPointer(pointer, length) ||
-           zeb::report(*this,
-                       {"ZebError::checkReadPointer (error): buffer error", ZBRC_BUFFER_ERROR});
+    return zeb::mayRead(*this, pointer, length);
 }
 
 bool ZebErr::checkWritePointer(const void * pointer, std::size_t length) {
-    return ZebTrc::checkWritePointer(pointer, length) ||
-           zeb::report(*this,
-                       {"ZebError::checkWritePointer (error): buffer error", ZBRC_BUFFER_ERROR});
+    return zeb::mayWrite(*this, pointer, length);
 }

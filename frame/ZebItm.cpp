@@ -1,7 +1,7 @@
 #include "ZebItm.hpp"
 
-#include "ZebMsg.hpp"
 #include "ZebTrc.hpp"
+#include "frame/item_protocol.hpp"
 
 #include <cstring>
 
@@ -18,7 +18,7 @@ void ZebItm::operator=(const ZebItm & source) {
 bool ZebItm::structureIdIs(const char * structureId, const ZebMsg & message) {
     constexpr std::size_t width = 4;
     if (structureId != nullptr && message.dataLength() >= width &&
-        std::memcmp(structureId, message.dataPointer(), width) == 0) {
+        std::memcmp(structureId, zeb::CacheReader::dataOf(message), width) == 0) {
         return true;
     }
     ZebTrc::traceMessage("ZebItem::structureIdIs (information): structure id is not equal");

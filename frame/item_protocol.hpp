@@ -11,6 +11,14 @@ namespace zeb {
 /// The one encoding that the library writes into a descriptor or accepts from one.
 inline constexpr std::int32_t nativeEncoding = 546;
 
+/// The library's own look at the data at the cursor, where there are any: as dataPointer(), but
+/// nothing is handed out, so nothing has to be cleared for it.
+struct CacheReader {
+    static const char * dataOf(const ZebCac & cache) noexcept {
+        return cache.bufferPointer_ + cache.dataOffset_;
+    }
+};
+
 /// The facts of a class whose record stands in message data.
 struct ItemFacts {
     const char * longName;    ///< As in trace messages.

@@ -14,7 +14,9 @@ char * obtainBlock(std::size_t size) noexcept {
 }
 
 void releaseBlock(char * block) noexcept {
-    ::operator delete[](block);
+    if (block != nullptr) {
+        ::operator delete[](block);
+    }
 }
 
 } // namespace zeb

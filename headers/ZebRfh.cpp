@@ -111,7 +111,7 @@ bool ZebRfh::pasteIn(ZebMsg & message) {
     if (message.dataLength() < sizeof record_) {
         return zeb::report(*this, insufficientData);
     }
-    const char * const data = message.dataPointer();
+    const char * const data = zeb::CacheReader::dataOf(message);
     std::memcpy(&record_, data, sizeof record_);
 
     // What the record says is the sender's: every sum is taken in 64 bits, and a text is touched

@@ -110,7 +110,7 @@ bool ZebTih::pasteIn(ZebMsg & message) {
     // With less than a version at the cursor the record is short whichever it is: read says so.
     std::int32_t version = 1;
     if (message.dataLength() >= sizeof version) {
-        std::memcpy(&version, message.dataPointer(), sizeof version);
+        std::memcpy(&version, zeb::CacheReader::dataOf(message), sizeof version);
     }
     const std::size_t length = recordLength(version);
     if (length == 0) {

@@ -121,3 +121,8 @@ ZebBin ZebWih::spareArea() const {
 void ZebWih::setSpareArea(const unsigned char * bytes) {
     zeb::setFieldBytes(record_.spareArea, bytes);
 }
+
+bool ZebWih::setSpareArea(const ZebBin & bytes) {
+    return zeb::setFieldBytes(record_.spareArea, bytes, *this,
+                              {nullptr, ZBRC_BINARY_DATA_LENGTH_ERROR});
+}

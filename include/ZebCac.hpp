@@ -5,7 +5,8 @@
 
 namespace zeb {
 class FrontWriter;
-}
+struct CacheReader;
+} // namespace zeb
 
 /// A byte buffer with a message in it: a block of memory, how much of it is message data, and a
 /// cursor at which the next read or write begins.
@@ -26,8 +27,9 @@ class FrontWriter;
 /// (ZBRC_INSUFFICIENT_BUFFER, ZBRC_BUFFER_NOT_AUTOMATIC).
 ///
 /// Failures leave buffer, counters and data as they were, unless an operation says otherwise.
-/// Message data that nobody has written (a message made longer by setMessageLength or
-/// setDataOffset) show what the buffer held, and zero bytes where it held nothing yet.
+/// A message made longer by setMessageLength or setDataOffset shows what the buffer holds there:
+/// earlier message data, or what the application put there through bufferPointer() or
+/// dataPointer(). Storage that nobody has written yet shows as zero bytes.
 class ZEB_EXPORT ZebCac : public virtual ZebErr {
 public:
     /// Empty and automatic, with no buffer yet; all counters 0.
@@ -91,21 +93,23 @@ public:
 
 private:
     friend class zeb::FrontWriter;
+    friend struct zeb::CacheReader;
 
     /// The growth rule of moreBytes. False where the sum wraps around.
     ZEB_LOCAL static bool grownLength(std::size_t bufferLength, std::size_t dataOffset,
                                       std::size_t bytesRequired, std::size_t & length) noexcept;
     ZEB_LOCAL void adopt(char * block, std::size_t length) noexcept;
-    ZEB_LOCAL void noteDefined(std::size_t length) noexcept;
+    ZEB_LOCAL void noteDefined(std::size_t length) const noexcept;
+    ZEB_LOCAL void defineUpTo(std::size_t length) const noexcept;
 
     char * bufferPointer_ = nullptr;
     std::size_t dataOffset_ = 0;
     std::size_t bufferLength_ = 0;
     std::size_t messageLength_ = 0;
     bool automaticBuffer_ = true;
-    // How many bytes of the buffer are known to have been message data once (all of a user buffer):
-    // only those may show up again, what lies behind them is still raw storage.
-    std::size_t definedLength_ = 0;
+    // How many bytes of the buffer somebody has written, or may have: what lies behind them is raw
+    // storage and is set to zero before anyone can see it.
+    mutable std::size_t definedLength_ = 0;
 };
 
 #endif

@@ -3,10 +3,8 @@
 
 #include "ZebItm.hpp"
 
-class ZebStr;
-
 namespace zeb {
-ZebStr strippedFieldText(const char * field, std::size_t width);
+struct FieldReader;
 }
 
 /// A text: one block of 8-bit characters on the heap that ends in a null.
@@ -156,7 +154,7 @@ protected:
     bool assign(const ZebStr & source);
 
 private:
-    friend ZebStr zeb::strippedFieldText(const char * field, std::size_t width);
+    friend struct zeb::FieldReader;
 
     ZEB_LOCAL const ZebStr concatenate(const ZebStr & left, const ZebStr & right) const;
     ZEB_LOCAL bool obtain(std::size_t size, char *& block);

@@ -78,6 +78,9 @@ public:
     ZebBin spareArea() const;
     /// Sets `spareArea` to the 32 bytes at `bytes`, to zero bytes for null.
     void setSpareArea(const unsigned char * bytes);
+    /// Takes a value of 32 bytes; an empty one sets them to zero. Any other length:
+    /// ZBRC_BINARY_DATA_LENGTH_ERROR, without a trace, and the area stays.
+    bool setSpareArea(const ZebBin & bytes);
 
 private:
     ZBWIH record_;

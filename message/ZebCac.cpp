@@ -76,8 +76,16 @@ void ZebCac::adopt(char * block, std::size_t length) noexcept {
     definedLength_ = 0;
 }
 
-void ZebCac::noteDefined(std::size_t length) noexcept {
+void ZebCac::noteDefined(std::size_t length) const noexcept {
     definedLength_ = std::max(definedLength_, length);
+}
+
+void ZebCac::defineUpTo(std::size_t length) const noexcept {
+    noteDefined(messageLength_);
+    if (definedLength_ < length) {
+        std::memset(bufferPointer_ + definedLength_, 0, length - definedLength_);
+        definedLength_ = length;
+    }
 }
 
 bool ZebCac::useEmptyBuffer(const char * externalBuffer, std::size_t length) {
@@ -160,11 +168,7 @@ bool ZebCac::setMessageLength(std::size_t length) {
     if (length > bufferLength_ && !resizeBuffer(length)) {
         return false;
     }
-    noteDefined(messageLength_);
-    if (length > definedLength_) {
-        std::memset(bufferPointer_ + definedLength_, 0, length - definedLength_);
-        definedLength_ = length;
-    }
+    defineUpTo(length);
     messageLength_ = length;
     dataOffset_ = std::min(dataOffset_, length);
     return true;
@@ -227,7 +231,10 @@ std::size_t ZebCac::dataLength() const {
     return messageLength_ - dataOffset_;
 }
 
+// Who gets a pointer may write anywhere behind it: from then on all of the buffer counts as
+// written.
 char * ZebCac::bufferPointer() const {
+    defineUpTo(bufferLength_);
     return bufferPointer_;
 }
 
@@ -244,7 +251,8 @@ std::size_t ZebCac::dataOffset() const {
 }
 
 char * ZebCac::dataPointer() const {
-    return bufferPointer_ != nullptr ? bufferPointer_ + dataOffset_ : nullptr;
+    char * const begin = bufferPointer();
+    return begin != nullptr ? begin + dataOffset_ : nullptr;
 }
 
 bool ZebCac::automaticBuffer() const {

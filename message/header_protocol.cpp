@@ -34,11 +34,12 @@ private:
         void operator()(char * block) const noexcept { releaseBlock(block); }
     };
 
-    bool mayWrite(const void * source, std::size_t length);
-    bool mayWriteBody(const char * body, std::size_t length);
+    bool accept(const void * source, std::size_t length);
+    bool acceptBody(const char * body, std::size_t length);
 
     ZebCac & cache_;
     std::size_t frontLength_;
+    std::size_t frontRoom_ = 0; // the buffer's length once there is room for the header
     std::unique_ptr<char, Release> grown_;
     std::size_t grownLength_ = 0;
     std::size_t grownBody_ = 0;
@@ -51,6 +52,7 @@ bool FrontWriter::makeRoom() {
          !ZebCac::grownLength(length, cache_.dataOffset_, frontLength_, length))) {
         return cache_.moreBytes(frontLength_);
     }
+    frontRoom_ = length;
     const std::size_t body = cache_.messageLength_;
     if (cache_.automaticBuffer_ && body > length - frontLength_) {
         // Header and body both lie in memory, so their sum does not wrap.
@@ -73,12 +75,12 @@ bool FrontWriter::makeRoom() {
 }
 
 /// Whether the next `length` bytes may go to the cursor, which then moves behind them.
-bool FrontWriter::mayWrite(const void * source, std::size_t length) {
+bool FrontWriter::accept(const void * source, std::size_t length) {
     if (length == 0) {
         return true;
     }
-    if (!cache_.checkReadPointer(source, length) ||
-        !cache_.checkWritePointer(cache_.bufferPointer_ + cache_.dataOffset_, length)) {
+    if (!mayRead(cache_, source, length) ||
+        !mayWrite(cache_, cache_.bufferPointer_ + cache_.dataOffset_, length)) {
         return false;
     }
     cache_.dataOffset_ += length;
@@ -86,8 +88,8 @@ bool FrontWriter::mayWrite(const void * source, std::size_t length) {
     return true;
 }
 
-bool FrontWriter::mayWriteBody(const char * body, std::size_t length) {
-    return cache_.moreBytes(length) && mayWrite(body, length);
+bool FrontWriter::acceptBody(const char * body, std::size_t length) {
+    return cache_.moreBytes(length) && accept(body, length);
 }
 
 bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
@@ -110,9 +112,13 @@ bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
     // Every range is asked for before a byte moves: the header's place and the body's overlap.
     const auto * const refused =
         std::find_if_not(pieces.begin(), pieces.end(), [this](const HeaderPiece & piece) {
-            return mayWrite(piece.data, piece.length);
+            return accept(piece.data, piece.length);
         });
-    const bool whole = refused == pieces.end() && mayWriteBody(body, bodyLength);
+    if (refused != pieces.end()) {
+        // The growth for the body would not have come yet: the block is longer than is told.
+        cache_.bufferLength_ = frontRoom_;
+    }
+    const bool whole = refused == pieces.end() && acceptBody(body, bodyLength);
     if (whole && inPlace && bodyLength != 0) {
         std::memmove(cache_.bufferPointer_ + frontLength_, body, bodyLength);
     }
@@ -128,14 +134,24 @@ bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
 
 namespace {
 
-/// The text of the message's format, as the header's setFormat takes it, without a block for it.
+constexpr std::size_t formatWidth = 8;
+
+/// The text of a format field, for a setter of one: no block is needed for it.
 struct FormatText {
-    explicit FormatText(const char (&field)[8]) {
+    explicit FormatText(const char (&field)[formatWidth]) {
         std::memcpy(text, field, sizeof field);
         text[sizeof field] = '\0';
     }
-    char text[9];
+    char text[formatWidth + 1];
 };
+
+/// Gives the header what message.format() would give, without a block for it.
+void takeFormat(ZebHdr & header, const ZebMsg & message) {
+    const auto & field = message.descriptor().format;
+    ZebErr codesOfTheText;
+    header.setFormat(mayRead(codesOfTheText, field, sizeof field) ? FormatText(field).text
+                                                                  : nullptr);
+}
 
 } // namespace
 
@@ -151,16 +167,16 @@ bool writeHeader(ZebHdr & header, ZebMsg & message, const char * format,
     }
     header.setEncoding(message.encoding());
     header.setCharacterSet(message.characterSet());
-    header.setFormat(FormatText(message.descriptor().format).text);
+    takeFormat(header, message);
     describe(message, format);
     return front.write(pieces) || failAs(header, message);
 }
 
-void handOn(const ZebHdr & header, ZebMsg & message, const char (&formatField)[8]) {
+void handOn(const ZebHdr & header, ZebMsg & message, const char (&formatField)[formatWidth]) {
     message.setEncoding(header.encoding());
     message.setCharacterSet(header.characterSet());
     const ZebStr format = header.format();
-    if (format.completionCode() == ZBCC_FAILED) {
+    if (format.text() == nullptr && format.reasonCode() == ZBRC_STORAGE_NOT_AVAILABLE) {
         // Without storage for the text the record still has it: no description gets lost.
         message.setFormat(FormatText(formatField).text);
     } else {

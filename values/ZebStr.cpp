@@ -149,9 +149,7 @@ bool ZebStr::obtain(std::size_t size, char *& block) {
 }
 
 void ZebStr::adopt(char * block, std::size_t size) noexcept {
-    if (text_ != nullptr) {
-        zeb::releaseBlock(text_);
-    }
+    zeb::releaseBlock(text_);
     text_ = block;
     storageSize_ = size;
 }

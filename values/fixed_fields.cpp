@@ -11,12 +11,17 @@ ZebStr fieldText(const char * field, std::size_t width) {
 }
 
 // As set and stripTrailing, but the end of the text is looked for once.
-ZebStr strippedFieldText(const char * field, std::size_t width) {
-    ZebStr text;
-    std::size_t end = 0;
-    if (text.take(field, width, end)) {
+struct FieldReader {
+    static void takeStripped(ZebStr & text, const char * field, std::size_t width) {
+        std::size_t end = 0;
+        text.take(field, width, end);
         text.stripBefore(end, blankPad);
     }
+};
+
+ZebStr strippedFieldText(const char * field, std::size_t width) {
+    ZebStr text;
+    FieldReader::takeStripped(text, field, width);
     return text;
 }
 

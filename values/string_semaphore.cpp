@@ -19,10 +19,12 @@ constexpr std::uint32_t functionTake = 57;
 constexpr std::uint32_t functionGive = 58;
 
 void * threadContext() {
-    if (TlsGetValue(svcThreadSlot) == nullptr) {
+    void * context = TlsGetValue(svcThreadSlot);
+    if (context == nullptr) {
         svcInitialize(0, 9, 0, 0, nullptr);
+        context = TlsGetValue(svcThreadSlot);
     }
-    return TlsGetValue(svcThreadSlot);
+    return context;
 }
 
 template <class Work> bool traced(std::uint32_t function, Work work) {
