@@ -57,6 +57,18 @@ install(FILES "${PROJECT_BINARY_DIR}/zebbase.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
     COMPONENT Development)
 
+# GDB loads the views of an objfile from below the name that it has as installed, whatever the prefix.
+cmake_path(IS_ABSOLUTE CMAKE_INSTALL_LIBDIR isAbsolute)
+if(isAbsolute)
+    set(gdbLibDir "${CMAKE_INSTALL_LIBDIR}")
+else()
+    set(gdbLibDir "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
+endif()
+install(FILES gdb/libzebbase-gdb.py
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load/${gdbLibDir}"
+    RENAME "libzebbase.so.${ZEBBASE_ABI}.${PROJECT_VERSION}-gdb.py"
+    COMPONENT Runtime)
+
 if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()
@@ -67,6 +79,9 @@ set(CPACK_PACKAGE_CONTACT "zebbase developers <zebbase@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL Runtime Development)
+if(ZEBBASE_BUILD_TOOLS)
+    list(APPEND CPACK_COMPONENTS_ALL Tools)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -76,7 +91,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "$<TARGET_FILE_DIR:zbcommon>")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Shared libraries.")
@@ -86,5 +101,14 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzebbase${ZEBBASE_ABI} (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Headers, and what CMake and pkg-config need to find the library.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zebbase-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+# Told here, as the search for dependencies doesn't look into the package made beside this one.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+    "libzebbase${ZEBBASE_ABI} (= ${PROJECT_VERSION}), libc6, libgcc-s1, libstdc++6")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzebbase${ZEBBASE_ABI} (>= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows, strips and wraps messages.")
 
 include(CPack)

@@ -13,7 +13,8 @@ need() {
     done
     [ ${#missing[@]} -gt 0 ] || return 0
 
-    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0)
+    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0
+        -o DPkg::Lock::Timeout=600)
     [ "$(id -u)" -eq 0 ] || apt=(sudo -n "${apt[@]}")
     echo "Installing ${missing[*]}" >&2
     local log
@@ -28,9 +29,24 @@ need() {
     rm -f "$log"
 }
 
-# What it takes to build the library.
+# What it takes to build the library, the examples and the tools.
 need_for_build() {
-    need cmake g++ ninja-build
+    need cmake g++ ninja-build libcli11-dev nlohmann-json3-dev
+}
+
+# The broker that messages are carried over, and its client library. A package of a service starts
+# it when it comes in; that is put off, as the broker here is one of the project's own.
+need_broker() {
+    local policy=/usr/sbin/policy-rc.d status=0 ours=no
+    need pkg-config librabbitmq-dev
+    if ! command -v rabbitmq-server >/dev/null && [ ! -e "$policy" ] && [ "$(id -u)" -eq 0 ]; then
+        printf '#!/bin/sh\nexit 101\n' >"$policy"
+        chmod 755 "$policy"
+        ours=yes
+    fi
+    need rabbitmq-server || status=$?
+    [ "$ours" = no ] || rm -f "$policy"
+    return "$status"
 }
 
 # quietly COMMAND...: shows the command's output only if it fails.

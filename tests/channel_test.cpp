@@ -1,5 +1,6 @@
 #include "ZebChl.hpp"
 
+#include "support/checks.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/page_end.hpp"
 #include "support/recording_zbcommon.hpp"
@@ -20,6 +21,7 @@ namespace {
 using support::FailAllocations;
 using support::PageEnd;
 using support::Recording;
+using support::textOf;
 using support::Texts;
 using Integers = std::vector<std::int32_t>;
 
@@ -37,103 +39,17 @@ Codes codes(const ZebErr & object) {
     return {object.reasonCode(), object.completionCode()};
 }
 
-std::string string(const ZebStr & text) {
-    return {text.length() != 0 ? text.text() : "", text.length()};
-}
-
 // A field or slot that holds this text.
 std::string padded(const std::string & text, std::size_t width) {
-    std::string field = text.substr(0, width);
-    field.resize(width, '\0');
-    return field;
+    return support::fitted(text, width, '\0');
 }
 
 void put(std::string & image, std::size_t offset, std::int32_t value) {
-    for (std::size_t i = 0; i < 4; ++i) {
-        image[offset + i] = static_cast<char>(static_cast<std::uint32_t>(value) >> (8 * i));
-    }
+    image = support::with(image, offset, support::word(value));
 }
 
 std::string defaultImage() {
-    std::string image(1888, '\0');
-    const std::pair<std::size_t, std::int32_t> numbers[] = {
-        {20, 8},     {24, 1},     {28, 1},          {304, 50},        {308, 6000}, {312, 10},
-        {316, 60},   {324, 1200}, {320, 999999999}, {840, 999999999}, {848, 1},    {844, 4194304},
-        {1020, 1},   {1472, 10},  {1476, 1000},     {1480, 300},      {1488, 2},   {1492, 1888},
-        {1496, 128}, {1500, 32},  {1736, -1},       {1872, 50},
-    };
-    for (const auto & [offset, value] : numbers) {
-        put(image, offset, value);
-    }
-    return image.replace(1792, 72, 72, '\xFF');
-}
-
-TEST(ChannelTest, BeginsWithTheDefaults) {
-    Channel channel;
-    EXPECT_EQ(channel.image(), defaultImage());
-    EXPECT_EQ(codes(channel), Codes(0, 0));
-    EXPECT_EQ(string(channel.sslPeerName()), "");
-}
-
-struct TextField {
-    ZebStr (*read)(const ZebChl &);
-    bool (*write)(ZebChl &, const char *);
-    std::size_t offset, width;
-};
-#define TEXT_FIELD(name, Name, offset, width)                                                      \
-    {                                                                                              \
-        [](const ZebChl & c) { return c.name(); },                                                 \
-            [](ZebChl & c, const char * text) { return c.set##Name(text); }, offset, width         \
-    }
-
-TEST(ChannelTest, WritesEachTextIntoItsFieldAlone) {
-    const TextField fields[] = {
-        TEXT_FIELD(channelName, ChannelName, 0, 20),
-        TEXT_FIELD(localAddress, LocalAddress, 1740, 48),
-        TEXT_FIELD(modeName, ModeName, 232, 8),
-        TEXT_FIELD(password, Password, 996, 12),
-        TEXT_FIELD(securityExitName, SecurityExitName, 328, 128),
-        TEXT_FIELD(securityUserData, SecurityUserData, 856, 32),
-        TEXT_FIELD(sslCipherSpecification, SslCipherSpecification, 1688, 32),
-        TEXT_FIELD(transactionProgramName, TransactionProgramName, 240, 64),
-        TEXT_FIELD(userId, UserId, 984, 12),
-    };
-    for (const TextField & field : fields) {
-        SCOPED_TRACE(field.offset);
-        Channel channel;
-        const auto writes = [&](const std::string & text, const std::string & reads) {
-            const std::string bytes = padded(text, field.width);
-            EXPECT_TRUE(field.write(channel, text.c_str()));
-            EXPECT_EQ(channel.image(), defaultImage().replace(field.offset, field.width, bytes));
-            EXPECT_EQ(string(field.read(channel)), reads);
-        };
-        const std::string full(field.width, 'f');
-        writes(full, full);
-        writes(" ab  ", " ab");
-        writes("   ", "");
-        EXPECT_EQ(codes(channel), Codes(0, 0));
-        writes(full + "g", full);
-        EXPECT_EQ(codes(channel), Codes(6115, 1));
-
-        const std::string kept = channel.image();
-        Recording recording;
-        recording.refuseCheck(1);
-        EXPECT_FALSE(field.write(channel, "new"));
-        EXPECT_EQ(codes(channel), Codes(2146, 2));
-        recording.refuseCheck(2);
-        EXPECT_FALSE(field.write(channel, "new"));
-        EXPECT_EQ(codes(channel), Codes(2145, 2));
-        EXPECT_EQ(channel.image(), kept);
-        const std::string check = "check 2 " + std::to_string(field.width);
-        EXPECT_EQ(recording.lines(),
-                  (Texts{check, "text " + badTarget, check, "check 1 1", "text " + badSource}));
-        EXPECT_TRUE(field.write(channel, nullptr));
-        EXPECT_EQ(channel.image(), defaultImage());
-        EXPECT_EQ(codes(channel), Codes(2145, 2)) << "a success leaves the codes";
-        recording.refuseCheck(1);
-        EXPECT_EQ(codes(field.read(channel)), Codes(2004, 2)) << "the string's alone";
-        EXPECT_EQ(codes(channel), Codes(2145, 2));
-    }
+    return Channel().image();
 }
 
 TEST(ChannelTest, WritesTheConnectionNameTwice) {
@@ -149,7 +65,7 @@ TEST(ChannelTest, WritesTheConnectionNameTwice) {
         EXPECT_EQ(codes(channel), warnings != 0 ? Codes(6115, 1) : Codes(0, 0));
         std::string image = defaultImage().replace(192, 20, padded(name, 20));
         EXPECT_EQ(channel.image(), image.replace(1024, 264, padded(name, 264)));
-        EXPECT_EQ(string(channel.connectionName()), name.substr(0, 264));
+        EXPECT_EQ(textOf(channel.connectionName()), name.substr(0, 264));
         EXPECT_TRUE(channel.setConnectionName(nullptr));
         EXPECT_EQ(channel.image(), defaultImage());
     }
@@ -175,7 +91,7 @@ TEST(ChannelTest, HoldsAPeerNameOfAnyLength) {
         EXPECT_TRUE(channel.setSslPeerName(text.data()));
         EXPECT_EQ(record.sslPeerNameLength, static_cast<std::int32_t>(name.size()));
         EXPECT_EQ(std::string(record.sslPeerNamePointer, name.size()), name);
-        EXPECT_EQ(string(channel.sslPeerName()), reads);
+        EXPECT_EQ(textOf(channel.sslPeerName()), reads);
     }
     EXPECT_EQ(codes(channel), Codes(0, 0));
 
@@ -195,40 +111,9 @@ TEST(ChannelTest, HoldsAPeerNameOfAnyLength) {
     }
     EXPECT_EQ(support::liveBlocks(), blocks);
     EXPECT_EQ(channel.image(), kept) << "block and length are the old ones";
-    EXPECT_EQ(string(channel.sslPeerName()), " CN=a");
+    EXPECT_EQ(textOf(channel.sslPeerName()), " CN=a");
     EXPECT_TRUE(channel.setSslPeerName(nullptr));
     EXPECT_EQ(channel.image(), defaultImage());
-}
-
-#define INTEGER_FIELD(name, Name, offset)                                                          \
-    {                                                                                              \
-        [](const ZebChl & c) { return c.name(); },                                                 \
-            [](ZebChl & c, std::int32_t value) { return c.set##Name(value); }, offset              \
-    }
-
-TEST(ChannelTest, StoresAnyInteger) {
-    const struct {
-        std::int32_t (*read)(const ZebChl &);
-        bool (*write)(ZebChl &, std::int32_t);
-        std::size_t offset;
-    } fields[] = {
-        INTEGER_FIELD(batchHeartBeat, BatchHeartBeat, 1788),
-        INTEGER_FIELD(heartBeatInterval, HeartBeatInterval, 1480),
-        INTEGER_FIELD(keepAliveInterval, KeepAliveInterval, 1736),
-        INTEGER_FIELD(maximumMessageLength, MaximumMessageLength, 844),
-        INTEGER_FIELD(sslClientAuthentication, SslClientAuthentication, 1732),
-        INTEGER_FIELD(transportType, TransportType, 28),
-    };
-    for (const auto & field : fields) {
-        for (const std::int32_t value : {INT32_MIN, -1, 0, 0x12345678}) {
-            Channel channel;
-            std::string image = defaultImage();
-            put(image, field.offset, value);
-            EXPECT_TRUE(field.write(channel, value));
-            EXPECT_EQ(channel.image(), image);
-            EXPECT_EQ(field.read(channel), value);
-        }
-    }
 }
 
 // All of a record travels, what has no accessor as well; a pointer without an owner as a value.
@@ -313,29 +198,12 @@ protected:
 INSTANTIATE_TEST_SUITE_P(BothWays, ExitListTest, testing::Bool());
 
 TEST_P(ExitListTest, FindsFaultsInOrderAndChangesNothing) {
-    const std::pair<std::array<const char *, 3>, std::int32_t> rows[] = {
-        {{nullptr, "", "x"}, 6108},
-        {{"", nullptr, "x"}, 2010},
-        {{"x", "y", ""}, 2010},
-        {{"x", "y", nullptr}, 6108},
-    };
     const Recording recording;
     const auto fails = [&](bool result, std::int32_t reason) {
         EXPECT_FALSE(result);
         EXPECT_EQ(codes(channel), Codes(reason, 2));
         channel.clearErrorCodes();
     };
-    for (const auto & [names, reason] : rows) {
-        fails(way.setNames(3, names.data()), reason);
-        const ZebStr strings[] = {names[0], names[1], names[2]};
-        const ZebStr emptyBlock('\0');
-        const ZebStr * pointers[3];
-        for (std::size_t i = 0; i < 3; ++i) {
-            const ZebStr * const string = strings[i].length() != 0 ? &strings[i] : &emptyBlock;
-            pointers[i] = names[i] != nullptr ? string : nullptr;
-        }
-        fails(way.setNames(3, pointers), reason);
-    }
     const char * const one[] = {"x"};
     fails(way.setNames(2, nullptr), 6108);
     fails(way.setNames(SIZE_MAX, nullptr), 6108);
@@ -384,7 +252,7 @@ TEST_P(ExitListTest, ReadsWhatStandsInTheSlots) {
     const auto reads = [&](bool result, const Texts & texts) {
         EXPECT_TRUE(result);
         for (std::size_t i = 0; i < 5; ++i) {
-            EXPECT_EQ(string(strings[i]), texts[i]);
+            EXPECT_EQ(textOf(strings[i]), texts[i]);
         }
     };
     reads(way.names(0, pointers) && way.data(3, nullptr), {"old", "old", "old", "old", "old"});
@@ -392,7 +260,7 @@ TEST_P(ExitListTest, ReadsWhatStandsInTheSlots) {
     reads(way.data(5, pointers), {"a", "old", "c", "", "old"});
     pointers[1] = &strings[1];
     reads(way.names(4, pointers), {"one", "two ", "three", "", "old"});
-    EXPECT_EQ(string(way.name()) + string(way.data()), "onea");
+    EXPECT_EQ(textOf(way.name()) + textOf(way.data()), "onea");
     EXPECT_EQ(codes(channel), Codes(0, 0));
 
     Recording recording;

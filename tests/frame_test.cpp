@@ -4,6 +4,7 @@
 #include "ZebTrc.hpp"
 
 #include "frame/library.hpp"
+#include "support/checks.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/recording_zbcommon.hpp"
 
@@ -15,6 +16,7 @@
 namespace {
 
 using support::Call;
+using support::codes;
 using support::Recording;
 using support::Texts;
 
@@ -124,10 +126,6 @@ struct Item : ZebItm {
     using ZebErr::checkWritePointer;
     void report(std::int32_t reason, std::int32_t completion) { setErrorCodes(reason, completion); }
 };
-
-std::string codes(const ZebErr & object) {
-    return std::to_string(object.completionCode()) + ':' + std::to_string(object.reasonCode());
-}
 
 TEST(FrameErrors, CodesAreStickyCopiedAndClearedByTheApplicationAlone) {
     Recording recording;

@@ -1,6 +1,7 @@
 #include "ZebStr.hpp"
 #include "ZebTrc.hpp"
 
+#include "support/checks.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/page_end.hpp"
 #include "support/recording_zbcommon.hpp"
@@ -19,6 +20,7 @@ using std::string_literals::operator""s;
 using support::FailAllocations;
 using support::Recording;
 using support::Texts;
+using support::told;
 
 // A string with `spare` bytes behind its text, and no block where there is neither.
 struct Text : ZebStr {
@@ -33,17 +35,6 @@ struct Text : ZebStr {
 template <class String> String spoiled(String text) {
     text.set(nullptr, 1);
     return text;
-}
-
-// The text ("-" without a block), its block's size and its codes.
-string told(const ZebStr & text) {
-    const bool valid = text.text() == nullptr
-                           ? text.storage() == 0 && text.length() == 0
-                           : std::memchr(text.text(), 0, text.storage()) != nullptr &&
-                                 text.length() == std::strlen(text.text());
-    const string shown = !valid ? "INVALID" : text.text() != nullptr ? text.text() : "-";
-    return shown + '/' + std::to_string(text.storage()) + ' ' +
-           std::to_string(text.completionCode()) + ':' + std::to_string(text.reasonCode());
 }
 
 // A new text in a block of its own length, or none.
@@ -329,13 +320,13 @@ TEST(StringCases, NullMarksAreToldInTheTrace) {
 }
 
 TEST(StringScope, NumbersAreScannedAsTheNaiveReaderScansThem) {
-    for (const string & text : textsOf("\t -+47x", 5)) {
+    for (const string & text : textsOf("\t -+09/:", 5)) {
         std::size_t at = std::min(text.find_first_not_of("\t "), text.size());
         const int sign = text[at] == '-' ? -1 : 1;
         at += text[at] == '-' || text[at] == '+' ? 1 : 0;
         int value = 0;
         const std::size_t digits = at;
-        for (; text[at] == '4' || text[at] == '7'; ++at) {
+        for (; text[at] == '0' || text[at] == '9'; ++at) {
             value = value * 10 + (text[at] - '0');
         }
         const bool none = at == digits;

@@ -140,6 +140,11 @@ void takeDefaultAction(int signal, siginfo_t & info) noexcept {
     defaultAction.sa_handler = SIG_DFL;
     sigaction(signal, &defaultAction, nullptr);
     if (!raisedByInstruction(info)) {
+        // A former handler may have asked that its signal stay open: here it must wait.
+        sigset_t ours;
+        sigemptyset(&ours);
+        sigaddset(&ours, signal);
+        pthread_sigmask(SIG_BLOCK, &ours, nullptr);
         syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signal, &info);
     }
 }

@@ -1,0 +1,381 @@
+// Every public operation that allocates, with each of its allocations failing: alone, and together
+// with all that follow. What came of it is a table, docs/storage-failure.md.
+//
+//     storage_test FILE            fails where the file is not the table of this run
+//     storage_test --write FILE    writes it
+#include "support/failing_allocation.hpp"
+#include "zebbase.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#if __has_include(<valgrind/memcheck.h>)
+#include <valgrind/memcheck.h>
+#else
+#define VALGRIND_CHECK_MEM_IS_DEFINED(start, length) 0
+#endif
+
+namespace {
+
+using support::FailAllocations;
+using support::OwnAllocations;
+
+int faults = 0;
+
+void check(bool holds, const char * what, const std::string & where) {
+    if (!holds) {
+        std::printf("%s: %s\n", where.c_str(), what);
+        ++faults;
+    }
+}
+
+struct Channel : ZebChl {
+    const ::ZBCD & record() const { return *ZebChl::ZBCD(); }
+};
+
+const char * const exits[] = {"first", "second"};
+const char * const longText = "a text that is longer than any field of eight or twelve characters";
+
+// An object of each class, and what an operation may need beside it.
+struct World {
+    ZebCac cache;
+    ZebMsg message, otherMessage, letter, written;
+    ZebStr text{"  12 one,two"}, token{"token"};
+    ZebBin bytes{"bytes", 5};
+    ZebMtr tracker;
+    ZebRfh reference, otherReference;
+    ZebTih bridge;
+    ZebTrg trigger;
+    ZebGmo3 options;
+    Channel channel, otherChannel;
+
+    World() {
+        ZebStrCleanUp(); // so that the lock of the string class is made anew
+        cache.write(4, "data");
+        message.write(7, "message");
+        otherMessage.write(40, longText);
+        otherMessage.setUserId("user");
+        letter.write(40, longText);
+        letter.setDataOffset(0);
+        letter.setFormat("ZBSTR");
+        written.write(4, "body");
+        for (ZebRfh * each : {&reference, &otherReference}) {
+            each->setSourceName(each == &reference ? "name" : longText);
+            each->setDestinationName(longText);
+        }
+        written.writeItem(otherReference);
+        written.setDataOffset(0);
+        channel.setSendExitNames(1, exits);
+        channel.setSslPeerName("peer");
+        otherChannel.setSendExitNames(2, exits);
+        otherChannel.setReceiveExitNames(2, exits);
+        otherChannel.setSslPeerName(longText);
+    }
+};
+
+// Parts that can change or be lost each for itself, as they look from outside.
+using Image = std::vector<std::string>;
+
+template <class Record> std::string bytesOf(const Record & record) {
+    return {reinterpret_cast<const char *>(&record), sizeof record};
+}
+
+Image imageOf(const World & w) {
+    Image image;
+    for (const ZebCac * cache :
+         {&w.cache, static_cast<const ZebCac *>(&w.message), static_cast<const ZebCac *>(&w.letter),
+          static_cast<const ZebCac *>(&w.written)}) {
+        const bool valid = cache->dataOffset() <= cache->messageLength() &&
+                           cache->messageLength() <= cache->bufferLength() &&
+                           (cache->bufferPointer() == nullptr) == (cache->bufferLength() == 0);
+        image.push_back(!valid ? "invalid"
+                               : std::string(cache->bufferPointer(),
+                                             cache->bufferPointer() + cache->messageLength()));
+    }
+    image.push_back(bytesOf(w.message.descriptor()));
+    const ZebStr texts[] = {w.text, w.token, w.reference.sourceName(),
+                            w.reference.destinationName()};
+    for (const ZebStr & text : texts) {
+        const bool valid = (text.text() == nullptr) == (text.storage() == 0) &&
+                           (text.text() == nullptr || text.length() < text.storage());
+        image.push_back(!valid ? "invalid" : text.length() == 0 ? "" : text.text());
+    }
+    const auto * data = static_cast<const char *>(w.bytes.dataPointer());
+    image.emplace_back(data, data + w.bytes.dataLength());
+    image.emplace_back(std::to_string(w.reference.tailWord1()) +
+                       std::to_string(w.bridge.version()));
+    const ::ZBCD & record = w.channel.record();
+    const auto list = [&](const char * array, std::int32_t count, std::int32_t width) {
+        image.push_back((count == 0) != (array == nullptr)
+                            ? "invalid"
+                            : std::string(array, array + count * width));
+    };
+    list(record.sendExitNameArray, record.sendExitCount, record.exitNameLength);
+    list(record.sendUserDataArray, record.sendExitCount, record.exitUserDataLength);
+    list(record.receiveExitNameArray, record.receiveExitCount, record.exitNameLength);
+    list(record.receiveUserDataArray, record.receiveExitCount, record.exitUserDataLength);
+    list(record.sslPeerNamePointer, record.sslPeerNameLength, 1);
+    for (const std::string & part : image) {
+        check(part != "invalid", "invalid", "state");
+        check(VALGRIND_CHECK_MEM_IS_DEFINED(part.data(), part.size()) == 0, "undefined", "bytes");
+    }
+    return image;
+}
+
+struct Outcome {
+    bool done = false;
+    char words[32] = "std::bad_alloc"; // no string, whose block would be counted
+};
+
+Outcome told(bool result, const ZebErr & object) {
+    static const char * const grades[] = {"%s", "%s, warning %d", "%s, failed %d"};
+    Outcome outcome{result, {}};
+    std::snprintf(outcome.words, sizeof outcome.words, grades[object.completionCode()],
+                  result ? "true" : "false", object.reasonCode());
+    return outcome;
+}
+
+// What a failure may take away; everything else is then as it was, or as after a success.
+enum class Loss { nothing, emptied };
+
+struct Operation {
+    const char * name;
+    Outcome (*run)(World &);
+    Loss loss = Loss::nothing;
+};
+
+#define GIVES(name, expression)                                                                    \
+    {                                                                                              \
+        name, [](World & w) {                                                                      \
+            const auto result = expression;                                                        \
+            (void)w;                                                                               \
+            return told(result.completionCode() == ZBCC_OK, result);                               \
+        }                                                                                          \
+    }
+#define SAYS(name, object, call)                                                                   \
+    {                                                                                              \
+        name, [](World & w) { return told(w.object.call, w.object); }                              \
+    }
+#define DOES(name, object, statement)                                                              \
+    {                                                                                              \
+        name,                                                                                      \
+            [](World & w) {                                                                        \
+                w.object.clearErrorCodes();                                                        \
+                statement;                                                                         \
+                return told(w.object.completionCode() == ZBCC_OK, w.object);                       \
+            },                                                                                     \
+            Loss::emptied                                                                          \
+    }
+#define LOSES(name, object, call)                                                                  \
+    {                                                                                              \
+        name, [](World & w) { return told(w.object.call, w.object); }, Loss::emptied               \
+    }
+
+const Operation operations[] = {
+    SAYS("ZebCac::resizeBuffer", cache, resizeBuffer(100)),
+    SAYS("ZebCac::moreBytes", cache, moreBytes(100)),
+    SAYS("ZebCac::setMessageLength", cache, setMessageLength(100)),
+    SAYS("ZebCac::setDataOffset", cache, setDataOffset(100)),
+    SAYS("ZebCac::write", cache, write(40, longText)),
+    DOES("ZebCac::operator =", cache, w.cache = w.otherMessage),
+    GIVES("ZebCac, copy", ZebCac(w.cache)),
+    DOES("ZebMsg::operator =", message, w.message = w.otherMessage),
+    GIVES("ZebMsg, copy", ZebMsg(w.otherMessage)),
+    GIVES("ZebMsg::format and the other text readers", w.message.format()),
+    GIVES("ZebMsg::messageId and the other byte readers", w.message.messageId()),
+    SAYS("ZebMsg::writeItem of a header", message, writeItem(w.bridge)),
+    SAYS("ZebMsg::writeItem of a reference header", message, writeItem(w.reference)),
+    LOSES("ZebMsg::writeItem of a trigger", message, writeItem(w.trigger)),
+    LOSES("ZebMsg::writeItem of a text", message, writeItem(w.text)),
+    LOSES("ZebMsg::readItem of a reference header", written, readItem(w.reference)),
+    LOSES("ZebMsg::readItem of a text", letter, readItem(w.token)),
+    LOSES("ZebMsg::readItem of bytes", letter, readItem((w.letter.setFormat(""), w.bytes))),
+    GIVES("ZebMtr, copy", ZebMtr(w.tracker)),
+    GIVES("ZebStr from a character", ZebStr('x')),
+    GIVES("ZebStr from a text", ZebStr(longText)),
+    GIVES("ZebStr from bytes", ZebStr(longText, 30)),
+    GIVES("ZebStr, copy", ZebStr(w.text)),
+    SAYS("ZebStr::setStorage", text, setStorage(100)),
+    SAYS("ZebStr::set", text, set(longText, 30)),
+    SAYS("ZebStr::pasteIn of bytes", text, pasteIn(longText, 30)),
+    LOSES("ZebStr::pasteIn of an integer", text, pasteIn(-2147483647)),
+    LOSES("ZebStr::pasteIn of a long double text", text, pasteIn(1.0, "%600.300f")),
+    {"ZebStr::copyOut to a field, first in the process",
+     [](World & w) {
+         char field[8] = {};
+         const bool result = w.text.copyOut(field, sizeof field, ' ');
+         return told(result, w.text);
+     }},
+    {"new ZebStr",
+     [](World &) {
+         const std::unique_ptr<ZebStr> made(new ZebStr);
+         return told(true, *made);
+     }},
+    DOES("ZebStr::operator =", text, w.text = w.otherReference.sourceName()),
+    GIVES("ZebStr::operator () and the other pieces", w.text(2, 3)),
+    GIVES("ZebStr::upperCase", w.text.upperCase()),
+    DOES("ZebStr::stripLeading", text, w.text.stripLeading(' ')),
+    DOES("ZebStr::copyOut of a token", token, w.text.copyOut(w.token, ',')),
+    DOES("ZebStr::cutOut of a token", text, w.text.cutOut(w.token, ',')),
+    {"ZebStr::cutOut of a number",
+     [](World & w) {
+         std::int32_t number = 0;
+         w.text.cutOut(number);
+         return told(w.text.completionCode() == ZBCC_OK, w.text);
+     },
+     Loss::emptied},
+    GIVES("ZebStr::operator + with a string", w.text + w.token),
+    GIVES("ZebStr::operator + with a character", w.text + 'x'),
+    GIVES("ZebStr::operator + with a text", w.text + longText),
+    GIVES("ZebStr::operator + with an integer", w.text + 42),
+    GIVES("ZebStr::operator + with a double", w.text + 0.5),
+    GIVES("operator + of a text and a ZebStr", longText + w.text),
+    DOES("ZebStr::operator += with a string", text, w.text += w.token),
+    DOES("ZebStr::operator += with a text", text, w.text += longText),
+    DOES("ZebStr::operator += with a character", text, w.text += 'x'),
+    DOES("ZebStr::operator += with an integer", text, w.text += 42),
+    DOES("ZebStr::operator += with a double", text, w.text += 0.5),
+    GIVES("ZebBin from bytes", ZebBin(longText, 30)),
+    GIVES("ZebBin, copy", ZebBin(w.bytes)),
+    SAYS("ZebBin::set", bytes, set(longText, 30)),
+    SAYS("ZebBin::setDataLength", bytes, setDataLength(30)),
+    DOES("ZebBin::operator =", bytes, w.bytes = w.message.messageId()),
+    GIVES("ZebTih", ZebTih()),
+    GIVES("ZebTih, copy", ZebTih(w.bridge)),
+    GIVES("ZebRfh, copy", ZebRfh(w.otherReference)),
+    DOES("ZebRfh::operator =", reference, w.reference = w.otherReference),
+    DOES("ZebRfh::setSourceName and the other texts", reference,
+         w.reference.setSourceName(longText)),
+    GIVES("ZebRfh::sourceName and the other texts", w.otherReference.sourceName()),
+    GIVES("ZebGmo3", ZebGmo3()),
+    GIVES("ZebGmo3, copy", ZebGmo3(w.options)),
+    GIVES("ZebChl", ZebChl()),
+    GIVES("ZebChl, copy", ZebChl(w.otherChannel)),
+    DOES("ZebChl::operator =", channel, w.channel = w.otherChannel),
+    SAYS("ZebChl::setSslPeerName", channel, setSslPeerName(longText)),
+    GIVES("ZebChl::sslPeerName and the other text readers", w.otherChannel.sslPeerName()),
+    LOSES("ZebChl::setSendExitNames and its siblings", channel, setSendExitNames(2, exits)),
+    GIVES("ZebChl::sendExitName and its siblings", w.otherChannel.sendExitName()),
+    {"ZebChl::sendExitNames and its siblings",
+     [](World & w) {
+         ZebStr * const strings[] = {&w.text, &w.token};
+         return told(w.otherChannel.sendExitNames(2, strings), w.otherChannel);
+     },
+     Loss::emptied},
+};
+
+// Whether a part is empty, or as after a success but cut short, with zero bytes for what is
+// missing.
+bool isCut(const std::string & part, const std::string & done) {
+    const auto end = std::mismatch(part.begin(), part.end(), done.begin(), done.end()).first;
+    return std::all_of(end, part.end(), [](char byte) { return byte == '\0'; });
+}
+
+struct Trial {
+    Outcome outcome;
+    Image before, after;
+    bool failed = false;
+};
+
+// Runs the operation with its n-th allocation failing, if n isn't 0. All blocks that the test has
+// of its own are released where they were obtained: out of the count.
+Trial tryOnce(const Operation & operation, std::size_t n, FailAllocations::Extent extent) {
+    std::optional<OwnAllocations> own(std::in_place);
+    Trial trial;
+    own.reset();
+    const std::ptrdiff_t live = support::liveBlocks();
+    auto world = std::make_unique<World>();
+    own.emplace();
+    trial.before = imageOf(*world);
+    own.reset();
+    {
+        FailAllocations guard(n, extent);
+        try {
+            trial.outcome = operation.run(*world);
+        } catch (const std::bad_alloc &) {
+        }
+        trial.failed = guard.failed();
+    }
+    own.emplace();
+    trial.after = imageOf(*world);
+    own.reset();
+    operation.run(*world); // everything is of use again
+    own.emplace();
+    imageOf(*world);
+    own.reset();
+    world.reset();
+    ZebStrCleanUp();
+    const bool balanced = support::liveBlocks() == live;
+    check(balanced, "blocks lost or released twice", operation.name);
+    return trial;
+}
+
+std::string row(const Operation & operation) {
+    const Trial done = tryOnce(operation, 0, FailAllocations::once);
+    std::string columns[2];
+    std::size_t n = 1;
+    for (const auto extent : {FailAllocations::once, FailAllocations::fromThere}) {
+        std::string & column = columns[extent];
+        for (n = 1;; ++n) {
+            const Trial trial = tryOnce(operation, n, extent);
+            if (!trial.failed) {
+                break;
+            }
+            column += (n == 1 ? "" : "; ") + std::string(trial.outcome.words);
+            for (std::size_t i = 0; i != trial.after.size(); ++i) {
+                const std::string & after = trial.after[i];
+                const bool kept = after == trial.before[i] || after == done.after[i];
+                // A number without storage for its digits is written as three asterisks.
+                const bool lost = operation.loss == Loss::emptied &&
+                                  (isCut(after, done.after[i]) || after == trial.before[i] + "***");
+                check(kept || lost, "something was lost", operation.name);
+            }
+            check(operation.loss == Loss::emptied || trial.outcome.done ||
+                      trial.after == trial.before,
+                  "half done", operation.name);
+        }
+    }
+    check(n != 1, "allocates nothing", operation.name);
+    return "| `" + std::string(operation.name) + "` | " + std::to_string(n - 1) + " | " +
+           columns[0] + " | " + columns[1] + " |\n";
+}
+
+constexpr const char * introduction =
+    R"(# When storage can't be had
+
+Each public operation that allocates, run with its first allocation failing, then its second, and so
+on until it completes: once with that allocation alone failing, and once with all that follow failing
+as well. The outcomes stand in this order. `true` and `false` are the result of an operation, or
+whether the result object of a constructor, reader or operator is free of codes; then come the codes
+of that object. The program that writes this table, `tests/storage_test.cpp`, also sees to it that
+nothing is lost beyond what the headers tell, that every object is valid and of use afterwards, and
+that no block is lost or released twice.
+
+| Operation | Allocations | One fails | All from there on fail |
+|---|---|---|---|
+)";
+
+}
+
+int main(int count, char ** arguments) {
+    std::string table = introduction;
+    for (const Operation & operation : operations) {
+        table += row(operation);
+    }
+    const std::string file = arguments[count - 1];
+    if (count == 3) {
+        std::ofstream(file) << table;
+    } else {
+        std::ifstream stream(file);
+        const std::string text(std::istreambuf_iterator<char>(stream), {});
+        check(text == table, "not the table of this run; storage_test --write writes it", file);
+    }
+    return faults == 0 ? 0 : 1;
+}
