@@ -4,6 +4,7 @@
 #include "frame/storage.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -146,8 +147,11 @@ bool ZebCac::resizeBuffer(std::size_t length) {
 
 bool ZebCac::grownLength(std::size_t bufferLength, std::size_t dataOffset,
                          std::size_t bytesRequired, std::size_t & length) noexcept {
+    if (bytesRequired > SIZE_MAX - dataOffset) {
+        return false;
+    }
     length = std::max(bytesRequired + dataOffset, 2 * bufferLength);
-    return bytesRequired <= length - dataOffset;
+    return true;
 }
 
 bool ZebCac::moreBytes(std::size_t bytesRequired) {

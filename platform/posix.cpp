@@ -74,7 +74,8 @@ FARPROC exportOf(const link_map & module, const char * name) {
     }
     std::uint32_t hash = 5381;
     for (const char * at = name; *at != '\0'; ++at) {
-        hash = hash * 33 + static_cast<unsigned char>(*at);
+        const std::uint64_t next = std::uint64_t{hash} * 33 + static_cast<unsigned char>(*at);
+        hash = static_cast<std::uint32_t>(next & UINT32_MAX);
     }
     const std::uint32_t bucketCount = header[0];
     const std::uint32_t firstSymbol = header[1];

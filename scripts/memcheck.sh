@@ -20,7 +20,7 @@ failed=0
 check() {
     local name=$1 status=0
     shift
-    valgrind -q --error-exitcode=99 --exit-on-first-error=no --leak-check=full \
+    valgrind -q --error-exitcode=99 --leak-check=full \
         --show-leak-kinds=definite,indirect,possible --errors-for-leak-kinds=definite,indirect,possible \
         --soname-synonyms=somalloc=nouserintercepts --fair-sched=try \
         "$bin/$name" "$@" </dev/null >"$root/build/memcheck/$name.log" 2>&1 || status=$?
@@ -36,9 +36,10 @@ check() {
 #                     good of it: under memcheck the program counter that the handler moves is not
 #                     the one that runs, so the same touch faults again without end; and asking the
 #                     kernel instead is reported, as memcheck looks at what the calls are given
+#   exhaustive scopes seconds of work become many minutes; the walks reach the same code
 #   DeathTest cases   as above; their children also end without releasing anything
 for test in race frame platform string binary cache message header options channel; do
-    check "${test}_test" '--gtest_filter=-*Death*'
+    check "${test}_test" '--gtest_filter=-*Death*:*Scope.*'
 done
 check storage_test docs/storage-failure.md
 check lifetime_exit

@@ -365,4 +365,38 @@ TEST(CacheWalk, TwoCachesGoTheModelsWayThroughEveryFailureWithItsTrace) {
     EXPECT_EQ(support::liveBlocks(), before);
 }
 
+// A receiver fills a buffer through the pointers that it asks for: only storage which nobody could
+// have written shows as zero bytes.
+TEST(CacheBytes, ShowWhatStandsInTheBufferAndZeroWhereNothingDid) {
+    const auto read = [](ZebCac & cache) {
+        std::string bytes(cache.messageLength(), '?');
+        char * target = bytes.data();
+        EXPECT_TRUE(cache.setDataOffset(0) && cache.read(bytes.size(), target));
+        return bytes;
+    };
+    ZebCac filled;
+    filled.resizeBuffer(10);
+    std::copy_n("0123456789", 10, filled.bufferPointer());
+    filled.setMessageLength(6);
+    filled.setMessageLength(2);
+    filled.setDataOffset(8);
+    EXPECT_EQ(read(filled), "01234567");
+    filled.moreBytes(5);
+    std::copy_n("WORLD", 5, filled.dataPointer());
+    filled.setDataOffset(13);
+    EXPECT_EQ(read(filled), "01234567WORLD");
+
+    // The block comes back from the allocator with what its former owner left there.
+    {
+        ZebCac former;
+        former.resizeBuffer(64);
+        std::fill_n(former.bufferPointer(), 64, '#');
+    }
+    ZebCac raw;
+    raw.resizeBuffer(64);
+    raw.write(2, "ab");
+    raw.setMessageLength(64);
+    EXPECT_EQ(read(raw), "ab" + std::string(62, '\0'));
+}
+
 }

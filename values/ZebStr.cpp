@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -243,10 +244,10 @@ bool ZebStr::pasteIn(const void * bytes, std::size_t length) {
     if (!checkReadPointer(bytes, length)) {
         return false;
     }
-    const std::size_t size = present + length + 1;
-    if (size <= length) {
+    if (length > SIZE_MAX - 1 - present) {
         return zeb::report(*this, noStorageToPasteIn);
     }
+    const std::size_t size = present + length + 1;
     // As in set: the bytes may lie inside this string's own block.
     char * block = text_;
     if (size != storageSize_) {
