@@ -1,5 +1,6 @@
 #include "ZebErr.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 
 #include <new>

@@ -1,6 +1,7 @@
 #include "frame/report.hpp"
 
 #include "ZebTrc.hpp"
+#include "frame/pointer_check.hpp"
 
 #include <cstdio>
 
@@ -23,14 +24,12 @@ bool fail(ZebErr & object, const char * longName, const char * operation, const 
     return report(object, {message, reason});
 }
 
-bool mayRead(ZebErr & object, const void * pointer, std::size_t length) {
-    return ZebTrc::checkReadPointer(pointer, length) ||
-           report(object, {"ZebError::checkReadPointer (error): buffer error", ZBRC_BUFFER_ERROR});
+bool refuseToRead(ZebErr & object) {
+    return report(object, {"ZebError::checkReadPointer (error): buffer error", ZBRC_BUFFER_ERROR});
 }
 
-bool mayWrite(ZebErr & object, const void * pointer, std::size_t length) {
-    return ZebTrc::checkWritePointer(pointer, length) ||
-           report(object, {"ZebError::checkWritePointer (error): buffer error", ZBRC_BUFFER_ERROR});
+bool refuseToWrite(ZebErr & object) {
+    return report(object, {"ZebError::checkWritePointer (error): buffer error", ZBRC_BUFFER_ERROR});
 }
 
 } // namespace zeb

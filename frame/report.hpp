@@ -31,10 +31,6 @@ bool report(ZebErr & object, const Report & what);
 bool fail(ZebErr & object, const char * longName, const char * operation, const char * text,
           std::int32_t reason);
 
-/// Whether `length` bytes at `pointer` may be read, or written; a no is reported on `object`.
-bool mayRead(ZebErr & object, const void * pointer, std::size_t length);
-bool mayWrite(ZebErr & object, const void * pointer, std::size_t length);
-
 /// Takes over both codes of another object.
 inline void takeCodes(ZebErr & object, const ZebErr & source) noexcept {
     CodeWriter::store(object, source.reasonCode(), source.completionCode());

@@ -1,5 +1,6 @@
 #include "ZebCac.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
 
@@ -94,7 +95,7 @@ bool ZebCac::useEmptyBuffer(const char * externalBuffer, std::size_t length) {
         if (externalBuffer == nullptr) {
             return zeb::report(*this, lengthButNoPointer);
         }
-        if (!checkReadPointer(externalBuffer, length)) {
+        if (!zeb::mayRead(*this, externalBuffer, length)) {
             return false;
         }
         adopt(const_cast<char *>(externalBuffer), length);
@@ -202,7 +203,7 @@ bool ZebCac::read(std::size_t length, char *& externalBuffer) {
     if (externalBuffer == nullptr) {
         return zeb::report(*this, nullToRead);
     }
-    if (!checkWritePointer(externalBuffer, length)) {
+    if (!zeb::mayWrite(*this, externalBuffer, length)) {
         return false;
     }
     // The application's memory may overlap the buffer, above all a user buffer.
@@ -222,7 +223,7 @@ bool ZebCac::write(std::size_t length, const char * externalBuffer) {
         return zeb::report(*this, nullToWrite);
     }
     char * const target = bufferPointer_ + dataOffset_;
-    if (!checkReadPointer(externalBuffer, length) || !checkWritePointer(target, length)) {
+    if (!zeb::mayRead(*this, externalBuffer, length) || !zeb::mayWrite(*this, target, length)) {
         return false;
     }
     std::memmove(target, externalBuffer, length);

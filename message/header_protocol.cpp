@@ -1,5 +1,6 @@
 #include "message/header_protocol.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
 

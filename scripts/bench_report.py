@@ -13,14 +13,15 @@ import platform
 import statistics
 import subprocess
 import sys
+import textwrap
 
 SIZES = (0, 100, 1000, 10000, 1000000)
 SIZE_NAMES = dict(zip(SIZES, ("0", "100", "1 K", "10 K", "1 M")))
 PEERS = ("Protobuf", "FlatBuffers", "Cap'n Proto", "MessagePack", "ZeroMQ", "Qpid Proton")
 OURS, FLOOR = "zebbase", "floor"
-# The checks of a wrap, in front of a body: five fields, the format twice, source and target of the
-# record and of the body.
-CHECKS_READ, CHECKS_WRITE = 2, 9
+# The checks of a wrap in front of a body: five fields, the format read and written twice, source and
+# target of the record and of the body.
+CHECKS_READ, CHECKS_WRITE = 3, 9
 
 Row = collections.namedtuple("Row", "work size ours other_name other aim")
 
@@ -119,8 +120,9 @@ def machine(result):
     compiler = subprocess.run(["g++", "-dumpfullversion"], check=True, capture_output=True,
                               text=True).stdout.strip()
     system = platform.freedesktop_os_release().get("PRETTY_NAME", platform.system())
-    return (f"{context['num_cpus']} cores of a processor that calls itself {model} "
-            f"({platform.machine()}), {caches}; {system}, g++ {compiler}, release build")
+    text = (f"The machine: {context['num_cpus']} cores of a processor that calls itself {model} "
+            f"({platform.machine()}), {caches}; {system}, g++ {compiler}, release build.")
+    return textwrap.fill(text, 100)
 
 
 PALETTE = ("#888888", "#000000", "#d55e00", "#0072b2", "#009e73", "#cc79a7", "#e69f00", "#56b4e9")
@@ -179,7 +181,9 @@ def plot(time):
 DOCUMENT = """# Performance
 
 Written by `./run bench` from one run. Times are medians of {repetitions} repetitions in random
-order, and only the ratios between them mean something elsewhere. Machine: {machine}.
+order, and only the ratios between them mean something elsewhere.
+
+{machine}
 
 A letter has five names, the format of its body, and the body. *Wrap* sets the five name fields of a
 `ZebDlh` and writes it in front of a body that lies in a `ZebMsg` with room. *Unwrap* sets the cursor

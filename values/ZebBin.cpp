@@ -1,5 +1,6 @@
 #include "ZebBin.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
 
@@ -82,7 +83,7 @@ bool ZebBin::setDataLength(std::size_t length) {
 }
 
 bool ZebBin::set(const void * data, std::size_t length) {
-    if (length != 0 && !checkReadPointer(data, length)) {
+    if (length != 0 && !zeb::mayRead(*this, data, length)) {
         return false;
     }
     if (length == dataLength_) {
@@ -112,7 +113,7 @@ bool ZebBin::copyOut(void * target, std::size_t length, char pad) {
     if (target == nullptr) {
         return zeb::report(*this, noDestination);
     }
-    if (!checkWritePointer(target, length)) {
+    if (!zeb::mayWrite(*this, target, length)) {
         return false;
     }
     const std::size_t count = std::min(dataLength_, length);

@@ -1,6 +1,7 @@
 #include "ZebStr.hpp"
 
 #include "ZebTrc.hpp"
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
 #include "values/string_semaphore.hpp"
@@ -66,11 +67,11 @@ bool reportCopy(ZebErr * error, const Report & what) {
 }
 
 bool fill(char * target, std::size_t width, const char * source, ZebErr * error, char pad) {
-    if (target != nullptr && width != 0 && !ZebTrc::checkWritePointer(target, width)) {
+    if (target != nullptr && width != 0 && !zeb::isUsable(target, width, zeb::modeWrite)) {
         return reportCopy(error, error != nullptr ? targetBufferError : bufferError);
     }
     if (error != nullptr) {
-        if (source != nullptr && !ZebTrc::checkReadPointer(source, 1)) {
+        if (source != nullptr && !zeb::isUsable(source, 1, zeb::modeRead)) {
             return reportCopy(error, sourceBufferError);
         }
         if (width == 0) {
@@ -210,7 +211,7 @@ bool ZebStr::take(const char * text, std::size_t length, std::size_t & end) {
     if (text == nullptr) {
         return zeb::report(*this, nullToSet);
     }
-    if (!checkReadPointer(text, length)) {
+    if (!zeb::mayRead(*this, text, length)) {
         return false;
     }
     const void * const terminator = std::memchr(text, '\0', length);
@@ -241,7 +242,7 @@ bool ZebStr::pasteIn(const void * bytes, std::size_t length) {
         return zeb::report(*this, nullToPasteIn);
     }
     const std::size_t present = this->length();
-    if (!checkReadPointer(bytes, length)) {
+    if (!zeb::mayRead(*this, bytes, length)) {
         return false;
     }
     if (length > SIZE_MAX - 1 - present) {
