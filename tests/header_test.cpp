@@ -34,7 +34,10 @@ constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
 // ---- All classes with a record, and its fields --------------------------------------------------
 
 struct Channel : ZebChl {
-    using ZebChl::ZBCD;
+    ::ZBCD & record() const { return *ZBCD(); }
+};
+struct Message : ZebMsg {
+    ZBMD & record() { return descriptor(); }
 };
 
 // A field and its accessors. A text is padded with 'b'lanks, with 'z'ero bytes, or with zero bytes
@@ -49,52 +52,33 @@ struct Field {
 
     char pad() const { return rule == 'b' ? ' ' : '\0'; }
     string read(string bytes) const {
-        if (rule != 'w') {
-            bytes = bytes.c_str();
-        }
+        bytes = rule != 'w' ? bytes.c_str() : bytes;
         return rule == 'z' ? bytes.substr(0, bytes.find_last_not_of(' ') + 1) : bytes;
     }
 };
 
-string shown(const ZebStr & text) {
-    return textOf(text);
-}
-string shown(const ZebBin & bytes) {
-    return bytesOf(bytes);
-}
-string shown(std::int32_t value) {
-    return word(value);
-}
-string shown(char value) {
-    return string(1, value);
+template <class Value> string shown(const Value & value) {
+    if constexpr (std::is_same_v<Value, ZebStr>) {
+        return textOf(value);
+    } else if constexpr (std::is_same_v<Value, ZebBin>) {
+        return bytesOf(value);
+    } else {
+        return word(value).substr(0, sizeof value);
+    }
 }
 
 const unsigned char * raw(const char * bytes) {
     return reinterpret_cast<const unsigned char *>(bytes);
 }
 
-// clang-format off
-#define GET(get) [](const ZebErr & o) { return shown(dynamic_cast<const C &>(o).get()); }
-#define SET(Set, value) [](ZebErr & o, const char * v) { dynamic_cast<C &>(o).set##Set(value); }
-#define TAKE(Set) [](ZebErr & o, const ZebBin & v) { return dynamic_cast<C &>(o).set##Set(v); }
-#define TEXT(get, Set, at, width, rule) {at, width, rule, GET(get), SET(Set, v)}
-#define SHOWN(get, at, width, rule) {at, width, rule, GET(get)}
-#define WORD(get, Set, at) {at, 4, 'w', GET(get), SET(Set, wordAt(v))}
-#define BYTE(get, Set, at) {at, 1, 'w', GET(get), SET(Set, v != nullptr ? *v : '\0')}
-#define BYTES(get, Set, at, width, name, end) {at, width, 'w', GET(get), SET(Set, raw(v)), \
-    TAKE(Set), name "::set" #Set " (error): binary data length error" end}
-#define DESCRIPTION(at) WORD(encoding, Encoding, at), WORD(characterSet, CharacterSet, at + 4), \
-    TEXT(format, Format, at + 8, 8, 'b')
-// clang-format on
-
 struct Class {
-    string name, id, format, image;
+    string name, id, format;
     std::vector<Field> fields;
     std::unique_ptr<ZebErr> (*make)();
-    std::unique_ptr<ZebErr> (*copy)(const ZebErr &);
     void (*assign)(ZebErr &, const ZebErr &);
     string (*imageOf)(const ZebErr &);
     void (*load)(ZebErr &, const string &, const string & format);
+    string image = {}; // of a new object
 
     bool isItem() const { return !format.empty(); }
     bool isHeader() const { return isItem() && id != "TM  "; }
@@ -125,33 +109,116 @@ string stateOf(const ZebMsg & message) {
            string(descriptor, sizeof(ZBMD));
 }
 
-template <class C> auto & recordOf(C & object) {
-    if constexpr (std::is_same_v<C, Channel>) {
-        return *object.ZBCD();
-    } else if constexpr (std::is_same_v<C, ZebMsg>) {
-        return object.descriptor();
-    } else {
-        return object.record();
+string words(const std::vector<std::int32_t> & values) {
+    string bytes;
+    for (const std::int32_t value : values) {
+        bytes += word(value);
     }
+    return bytes;
 }
 
-template <class C>
-Class classOf(const char * name, const char * id, const char * format, const string & image,
-              std::vector<Field> fields) {
-    Class row{name, id, format, id + image, std::move(fields), {}, {}, {}, {}, {}};
-    row.make = [] { // in memory that was used before
+// clang-format off
+#define IN(name) offsetof(R, name), sizeof(R::name)
+#define GET(name) [](const ZebErr & o) { return shown(dynamic_cast<const C &>(o).name()); }
+#define SET(Name, value) [](ZebErr & o, const char * v) { dynamic_cast<C &>(o).set##Name(value); }
+#define TAKE(Name) [](ZebErr & o, const ZebBin & v) { return dynamic_cast<C &>(o).set##Name(v); }
+#define SHOWN(name, rule) {IN(name), rule, GET(name)}
+#define BLANK(name, Name) {IN(name), 'b', GET(name), SET(Name, v)}
+#define ZERO(name, Name) {IN(name), 'z', GET(name), SET(Name, v)}
+#define READ(name, Name) {IN(name), 'r', GET(name), SET(Name, v)}
+#define WORD(name, Name) {IN(name), 'w', GET(name), SET(Name, wordAt(v))}
+#define BYTE(name, Name) {IN(name), 'w', GET(name), SET(Name, v != nullptr ? *v : '\0')}
+#define SILENT(name, Name) {IN(name), 'w', GET(name), SET(Name, raw(v)), TAKE(Name)}
+#define BYTES(name, Name, of, end) {IN(name), 'w', GET(name), SET(Name, raw(v)), TAKE(Name), \
+    of "::set" #Name " (error): binary data length error" end}
+#define DESCRIPTION WORD(encoding, Encoding), WORD(characterSet, CharacterSet), BLANK(format, Format)
+
+template <class C, class R> std::vector<Field> fieldsOf() {
+    if constexpr (std::is_same_v<C, ZebDlh>) {
+        return {ZERO(destinationQueueName, DestinationQueueName), ZERO(putDate, PutDate),
+            ZERO(destinationQueueManagerName, DestinationQueueManagerName), ZERO(putTime, PutTime),
+            ZERO(putApplicationName, PutApplicationName), WORD(deadLetterWord8, DeadLetterWord8),
+            WORD(deadLetterWord124, DeadLetterWord124), DESCRIPTION};
+    } else if constexpr (std::is_same_v<C, ZebTih>) {
+        return {BLANK(replyToFormat, ReplyToFormat), BLANK(authenticator, Authenticator),
+            BLANK(transactionIdentifier, TransactionIdentifier), BLANK(startCode, StartCode),
+            BLANK(attentionIdentifier, AttentionIdentifier), BLANK(facilityLike, FacilityLike),
+            BLANK(bridgeCancelCode, BridgeCancelCode), BLANK(spareText1, SpareText1),
+            BLANK(spareText2, SpareText2), BLANK(spareText3, SpareText3),
+            BLANK(spareText4, SpareText4), BLANK(spareText5, SpareText5), SHOWN(function, 'b'),
+            SHOWN(bridgeAbendCode, 'b'), SHOWN(nextTransactionIdentifier, 'b'),
+            SHOWN(bridgeReturnCode, 'w'), SHOWN(bridgeCompletionCode, 'w'),
+            SHOWN(bridgeReasonCode, 'w'), SHOWN(taskEndStatus, 'w'), SHOWN(bridgeErrorOffset, 'w'),
+            WORD(headerFlags, HeaderFlags), WORD(UOWControl, UOWControl), WORD(linkType, LinkType),
+            WORD(getWaitInterval, GetWaitInterval), WORD(outputDataLength, OutputDataLength),
+            WORD(facilityKeepTime, FacilityKeepTime), WORD(ADSDescriptor, ADSDescriptor),
+            WORD(conversationalTask, ConversationalTask), WORD(cursorPosition, CursorPosition),
+            WORD(spareWord1, SpareWord1), WORD(spareWord2, SpareWord2), DESCRIPTION,
+            BYTES(facilityToken, FacilityToken, "ZebTPMXBridgeHeader", "\n")};
+    } else if constexpr (std::is_same_v<C, ZebHih>) {
+        return {BLANK(replyToFormat, ReplyToFormat), READ(authenticator, Authenticator),
+            ZERO(logicalTerminalOverride, LogicalTerminalOverride), BYTE(tailByte1, TailByte1),
+            ZERO(messageFormatServicesMapName, MessageFormatServicesMapName), DESCRIPTION,
+            BYTE(tailByte2, TailByte2), BYTE(tailByte3, TailByte3), BYTE(tailByte4, TailByte4),
+            BYTES(transactionInstanceId, TransactionInstanceId, "ZebHSXBridgeHeader", ""),
+            WORD(headerFlags, HeaderFlags)};
+    } else if constexpr (std::is_same_v<C, ZebWih>) {
+        return {BLANK(serviceName, ServiceName), BLANK(serviceStep, ServiceStep), DESCRIPTION,
+            WORD(headerFlags, HeaderFlags), SILENT(spareArea, SpareArea),
+            BYTES(messageToken, MessageToken, "ZebWorkHeader", "\n")};
+    } else if constexpr (std::is_same_v<C, ZebRfh>) {
+        return {ZERO(referenceType, ReferenceType), WORD(headerFlags, HeaderFlags), DESCRIPTION,
+            WORD(tailWord1, TailWord1), WORD(tailWord2, TailWord2), WORD(tailWord3, TailWord3),
+            BYTES(instanceId, InstanceId, "ZebReferenceHeader", "")};
+    } else if constexpr (std::is_same_v<C, ZebTrg>) {
+        return {ZERO(queueName, QueueName), ZERO(processName, ProcessName), // in this order
+            ZERO(triggerData, TriggerData), ZERO(applicationId, ApplicationId),
+            ZERO(environmentData, EnvironmentData), ZERO(userData, UserData),
+            WORD(triggerWord168, TriggerWord168)};
+    } else if constexpr (std::is_same_v<C, Message>) {
+        return {ZERO(replyToQueueName, ReplyToQueueName), ZERO(userId, UserId), DESCRIPTION,
+            ZERO(replyToQueueManagerName, ReplyToQueueManagerName), ZERO(putDate, PutDate),
+            ZERO(applicationIdData, ApplicationIdData), ZERO(putTime, PutTime),
+            ZERO(putApplicationName, PutApplicationName), WORD(feedback, Feedback),
+            ZERO(applicationOriginData, ApplicationOriginData),
+            BYTES(accountingToken, AccountingToken, "ZebMessageTracker", ""),
+            BYTES(correlationId, CorrelationId, "ZebMessageTracker", ""),
+            BYTES(groupId, GroupId, "ZebMessageTracker", ""),
+            BYTES(messageId, MessageId, "ZebMessageTracker", "")};
+    } else if constexpr (!std::is_same_v<C, Channel>) {
+        std::vector<Field> fields{WORD(options, Options), ZERO(resolvedQueueName, ResolvedQueueName)};
+        if constexpr (std::is_same_v<C, ZebGmo3>) {
+            fields.push_back(BYTES(messageToken, MessageToken, "ZebGetMessageOptions", ""));
+        }
+        return fields;
+    } else {
+        return {ZERO(channelName, ChannelName), ZERO(password, Password), ZERO(userId, UserId),
+            ZERO(localAddress, LocalAddress), ZERO(modeName, ModeName),
+            ZERO(securityExitName, SecurityExitName), ZERO(securityUserData, SecurityUserData),
+            ZERO(sslCipherSpecification, SslCipherSpecification),
+            ZERO(transactionProgramName, TransactionProgramName),
+            WORD(batchHeartBeat, BatchHeartBeat), WORD(heartBeatInterval, HeartBeatInterval),
+            WORD(keepAliveInterval, KeepAliveInterval), WORD(transportType, TransportType),
+            WORD(maximumMessageLength, MaximumMessageLength),
+            WORD(sslClientAuthentication, SslClientAuthentication)};
+    }
+}
+// clang-format on
+
+template <class C, class R> Class classOf(const char * name, const char * id, const char * format) {
+    Class row{name, id, format, fieldsOf<C, R>(), {}, {}, {}, {}};
+    row.make = [] { // in memory that was used before, for other things each time
+        static int used = 0xA5;
         void * const memory = ZebErr::operator new(sizeof(C));
-        std::memset(memory, 0xA5, sizeof(C));
+        std::memset(memory, used ^= 0xFF, sizeof(C));
         return std::unique_ptr<ZebErr>(::new (memory) C);
-    };
-    row.copy = [](const ZebErr & source) -> std::unique_ptr<ZebErr> {
-        return std::make_unique<C>(dynamic_cast<const C &>(source));
     };
     row.assign = [](ZebErr & target, const ZebErr & source) {
         dynamic_cast<C &>(target) = dynamic_cast<const C &>(source);
     };
     row.imageOf = [](const ZebErr & object) {
         C copy(dynamic_cast<const C &>(object));
+        EXPECT_EQ(codes(copy), codes(object));
         if constexpr (std::is_base_of_v<ZebItm, C>) {
             // Writing takes the description of the message, so that is made equal first.
             ZebMsg message;
@@ -161,7 +228,7 @@ Class classOf(const char * name, const char * id, const char * format, const str
             EXPECT_TRUE(copy.copyOut(message));
             return dataOf(message);
         } else {
-            return string(reinterpret_cast<char *>(&recordOf(copy)), sizeof recordOf(copy));
+            return string(reinterpret_cast<const char *>(&copy.record()), sizeof copy.record());
         }
     };
     row.load = [](ZebErr & object, const string & bytes, const string & messageFormat) {
@@ -171,177 +238,29 @@ Class classOf(const char * name, const char * id, const char * format, const str
             fill(message, messageFormat, bytes);
             EXPECT_TRUE(target.pasteIn(message));
         } else {
-            std::memcpy(&recordOf(target), bytes.data(), sizeof recordOf(target));
+            std::memcpy(&target.record(), bytes.data(), bytes.size());
         }
     };
+    row.image = row.imageOf(*row.make());
     return row;
 }
 
-string words(const std::vector<std::int32_t> & values) {
-    string bytes;
-    for (const std::int32_t value : values) {
-        bytes += word(value);
-    }
-    return bytes;
-}
-
-string channelImage() {
-    string image = zeros(1888);
-    const std::pair<std::size_t, std::int32_t> numbers[] = {
-        {20, 8},     {24, 1},     {28, 1},          {304, 50},        {308, 6000}, {312, 10},
-        {316, 60},   {324, 1200}, {320, 999999999}, {840, 999999999}, {848, 1},    {844, 4194304},
-        {1020, 1},   {1472, 10},  {1476, 1000},     {1480, 300},      {1488, 2},   {1492, 1888},
-        {1496, 128}, {1500, 32},  {1736, -1},       {1872, 50},
-    };
-    for (const auto & [offset, value] : numbers) {
-        image = with(image, offset, word(value));
-    }
-    return with(image, 1792, string(72, '\xFF'));
-}
-
-// clang-format off
-std::vector<Class> makeClasses() {
-    const string described = word(546) + word(0) + blanks(8);
-    std::vector<Class> rows;
-    {
-        using C = ZebDlh;
-        rows.push_back(classOf<C>("ZebDeadLetterHeader", "DLH ", "ZBDEAD  ",
-            word(1) + zeros(100) + described + zeros(48), {
-            TEXT(destinationQueueName, DestinationQueueName, 12, 48, 'z'),
-            TEXT(destinationQueueManagerName, DestinationQueueManagerName, 60, 48, 'z'),
-            TEXT(putApplicationName, PutApplicationName, 128, 28, 'z'),
-            TEXT(putDate, PutDate, 156, 8, 'z'), TEXT(putTime, PutTime, 164, 8, 'z'),
-            WORD(deadLetterWord8, DeadLetterWord8, 8),
-            WORD(deadLetterWord124, DeadLetterWord124, 124), DESCRIPTION(108)}));
-    }
-    {
-        using C = ZebTih;
-        rows.push_back(classOf<C>("ZebTPMXBridgeHeader", "TIH ", "ZBTPMX  ",
-            words({2, 180}) + described + zeros(16) + words({273, -2, 1, -1}) + zeros(24) +
-                blanks(80) + zeros(16), {
-            TEXT(replyToFormat, ReplyToFormat, 108, 8, 'b'),
-            TEXT(authenticator, Authenticator, 92, 8, 'b'),
-            TEXT(transactionIdentifier, TransactionIdentifier, 124, 4, 'b'),
-            TEXT(facilityLike, FacilityLike, 128, 4, 'b'),
-            TEXT(attentionIdentifier, AttentionIdentifier, 132, 4, 'b'),
-            TEXT(startCode, StartCode, 136, 4, 'b'),
-            TEXT(bridgeCancelCode, BridgeCancelCode, 140, 4, 'b'),
-            SHOWN(function, 84, 4, 'b'), SHOWN(bridgeAbendCode, 88, 4, 'b'),
-            SHOWN(nextTransactionIdentifier, 144, 4, 'b'),
-            TEXT(spareText1, SpareText1, 100, 8, 'b'), TEXT(spareText2, SpareText2, 116, 4, 'b'),
-            TEXT(spareText3, SpareText3, 120, 4, 'b'), TEXT(spareText4, SpareText4, 148, 8, 'b'),
-            TEXT(spareText5, SpareText5, 156, 8, 'b'), WORD(headerFlags, HeaderFlags, 28),
-            SHOWN(bridgeReturnCode, 32, 4, 'w'), SHOWN(bridgeCompletionCode, 36, 4, 'w'),
-            SHOWN(bridgeReasonCode, 40, 4, 'w'), WORD(UOWControl, UOWControl, 44),
-            WORD(getWaitInterval, GetWaitInterval, 48), WORD(linkType, LinkType, 52),
-            WORD(outputDataLength, OutputDataLength, 56),
-            WORD(facilityKeepTime, FacilityKeepTime, 60), WORD(ADSDescriptor, ADSDescriptor, 64),
-            WORD(conversationalTask, ConversationalTask, 68), SHOWN(taskEndStatus, 72, 4, 'w'),
-            WORD(cursorPosition, CursorPosition, 164), SHOWN(bridgeErrorOffset, 168, 4, 'w'),
-            WORD(spareWord1, SpareWord1, 172), WORD(spareWord2, SpareWord2, 176), DESCRIPTION(12),
-            BYTES(facilityToken, FacilityToken, 76, 8, "ZebTPMXBridgeHeader", "\n")}));
-    }
-    {
-        using C = ZebHih;
-        rows.push_back(classOf<C>("ZebHSXBridgeHeader", "HIH ", "ZBHSX   ",
-            words({1, 84}) + described + word(0) + blanks(32) + zeros(16) + " 0C ", {
-            TEXT(replyToFormat, ReplyToFormat, 48, 8, 'b'),
-            TEXT(authenticator, Authenticator, 56, 8, 'r'),
-            TEXT(logicalTerminalOverride, LogicalTerminalOverride, 32, 8, 'z'),
-            TEXT(messageFormatServicesMapName, MessageFormatServicesMapName, 40, 8, 'z'),
-            WORD(headerFlags, HeaderFlags, 28), DESCRIPTION(12), BYTE(tailByte1, TailByte1, 80),
-            BYTE(tailByte2, TailByte2, 81), BYTE(tailByte3, TailByte3, 82),
-            BYTE(tailByte4, TailByte4, 83),
-            BYTES(transactionInstanceId, TransactionInstanceId, 64, 16, "ZebHSXBridgeHeader", "")}));
-    }
-    {
-        using C = ZebWih;
-        rows.push_back(classOf<C>("ZebWorkHeader", "WIH ", "ZBHWIH  ",
-            words({1, 120}) + described + word(0) + blanks(40) + zeros(48), {
-            TEXT(serviceName, ServiceName, 32, 32, 'b'), TEXT(serviceStep, ServiceStep, 64, 8, 'b'),
-            WORD(headerFlags, HeaderFlags, 28), DESCRIPTION(12),
-            {88, 32, 'w', GET(spareArea), SET(SpareArea, raw(v)), TAKE(SpareArea)}, // in silence
-            BYTES(messageToken, MessageToken, 72, 16, "ZebWorkHeader", "\n")}));
-    }
-    {
-        using C = ZebRfh;
-        rows.push_back(classOf<C>("ZebReferenceHeader", "RMH ", "ZBHREF  ",
-            words({1, 108}) + described + word(1) + zeros(32) +
-                words({0, 108, 0, 108, 0, 108, 0, 108}) + zeros(12), {
-            TEXT(referenceType, ReferenceType, 32, 8, 'z'), WORD(headerFlags, HeaderFlags, 28),
-            WORD(tailWord1, TailWord1, 96), WORD(tailWord2, TailWord2, 100),
-            WORD(tailWord3, TailWord3, 104), DESCRIPTION(12),
-            BYTES(instanceId, InstanceId, 40, 24, "ZebReferenceHeader", "")}));
-    }
-    {
-        using C = ZebTrg;
-        rows.push_back(classOf<C>("ZebTrigger", "TM  ", "ZBTRIG  ", word(1) + zeros(676), {
-            TEXT(queueName, QueueName, 8, 48, 'z'), TEXT(processName, ProcessName, 56, 48, 'z'),
-            TEXT(triggerData, TriggerData, 104, 64, 'z'),
-            TEXT(applicationId, ApplicationId, 172, 256, 'z'),
-            TEXT(environmentData, EnvironmentData, 428, 128, 'z'),
-            TEXT(userData, UserData, 556, 128, 'z'), WORD(triggerWord168, TriggerWord168, 168)}));
-    }
-    {
-        using C = ZebMsg;
-        rows.push_back(classOf<C>("", "MD  ", "", words({2, 0, 8, -1, 0}) + described +
-            words({-1, 2}) + zeros(300) + words({1, 0, 0, -1}), {
-            TEXT(replyToQueueName, ReplyToQueueName, 100, 48, 'z'),
-            TEXT(replyToQueueManagerName, ReplyToQueueManagerName, 148, 48, 'z'),
-            TEXT(userId, UserId, 196, 12, 'z'),
-            TEXT(applicationIdData, ApplicationIdData, 240, 32, 'z'),
-            TEXT(putApplicationName, PutApplicationName, 276, 28, 'z'),
-            TEXT(putDate, PutDate, 304, 8, 'z'), TEXT(putTime, PutTime, 312, 8, 'z'),
-            TEXT(applicationOriginData, ApplicationOriginData, 320, 4, 'z'),
-            WORD(feedback, Feedback, 20), DESCRIPTION(24),
-            BYTES(accountingToken, AccountingToken, 208, 32, "ZebMessageTracker", ""),
-            BYTES(correlationId, CorrelationId, 72, 24, "ZebMessageTracker", ""),
-            BYTES(groupId, GroupId, 324, 24, "ZebMessageTracker", ""),
-            BYTES(messageId, MessageId, 48, 24, "ZebMessageTracker", "")}));
-    }
-    const auto options = [](std::int32_t version) {
-        return words({version, 0, 0, 0, 0}) + zeros(48) + word(3) + "    ";
-    };
-    {
-        using C = ZebGmo;
-        rows.push_back(classOf<C>("", "GMO ", "", options(2), {
-            WORD(options, Options, 8), TEXT(resolvedQueueName, ResolvedQueueName, 24, 48, 'z')}));
-    }
-    {
-        using C = ZebGmo3;
-        rows.push_back(classOf<C>("", "GMO ", "", options(3) + zeros(16) + word(-1), {
-            WORD(options, Options, 8), TEXT(resolvedQueueName, ResolvedQueueName, 24, 48, 'z'),
-            BYTES(messageToken, MessageToken, 80, 16, "ZebGetMessageOptions", "")}));
-    }
-    {
-        using C = Channel;
-        rows.push_back(classOf<C>("", "", "", channelImage(), {
-            TEXT(channelName, ChannelName, 0, 20, 'z'), TEXT(password, Password, 996, 12, 'z'),
-            TEXT(localAddress, LocalAddress, 1740, 48, 'z'), TEXT(modeName, ModeName, 232, 8, 'z'),
-            TEXT(securityExitName, SecurityExitName, 328, 128, 'z'),
-            TEXT(securityUserData, SecurityUserData, 856, 32, 'z'),
-            TEXT(sslCipherSpecification, SslCipherSpecification, 1688, 32, 'z'),
-            TEXT(transactionProgramName, TransactionProgramName, 240, 64, 'z'),
-            TEXT(userId, UserId, 984, 12, 'z'), WORD(batchHeartBeat, BatchHeartBeat, 1788),
-            WORD(heartBeatInterval, HeartBeatInterval, 1480),
-            WORD(keepAliveInterval, KeepAliveInterval, 1736),
-            WORD(maximumMessageLength, MaximumMessageLength, 844),
-            WORD(sslClientAuthentication, SslClientAuthentication, 1732),
-            WORD(transportType, TransportType, 28)}));
-    }
-    return rows;
-}
-// clang-format on
-
-const std::vector<Class> classes = makeClasses(), items(classes.begin(), classes.begin() + 6);
+const std::vector<Class> classes = {
+    classOf<ZebDlh, ZBDLH>("ZebDeadLetterHeader", "DLH ", "ZBDEAD  "),
+    classOf<ZebTih, ZBTIH>("ZebTPMXBridgeHeader", "TIH ", "ZBTPMX  "),
+    classOf<ZebHih, ZBHIH>("ZebHSXBridgeHeader", "HIH ", "ZBHSX   "),
+    classOf<ZebWih, ZBWIH>("ZebWorkHeader", "WIH ", "ZBHWIH  "),
+    classOf<ZebRfh, ZBRMH>("ZebReferenceHeader", "RMH ", "ZBHREF  "),
+    classOf<ZebTrg, ZBTM>("ZebTrigger", "TM  ", "ZBTRIG  "),
+    classOf<Message, ZBMD>("", "MD  ", ""),
+    classOf<ZebGmo, ZBGMO>("", "GMO ", ""),
+    classOf<ZebGmo3, ZBGMO3>("", "GMO ", ""),
+    classOf<Channel, ::ZBCD>("", "", ""),
+};
+const std::vector<Class> items(classes.begin(), classes.begin() + 6);
 const Class &tih = items[1], &rfh = items[4], &trg = items[5];
 
 using Four = std::array<string, 4>; // the texts of a reference header, as they stand behind it
-
-Four textsOf(const ZebRfh & header) {
-    return {textOf(header.sourceEnvironment()), textOf(header.sourceName()),
-            textOf(header.destinationEnvironment()), textOf(header.destinationName())};
-}
 
 void setTexts(ZebRfh & header, const Four & texts) {
     header.setSourceEnvironment(texts[0].c_str());
@@ -370,7 +289,7 @@ std::unique_ptr<ZebErr> dressed(const Class & c) {
 TEST(Records, BeginWithTheirImageAndTravelWholeWithTheCodes) {
     for (const Class & c : classes) {
         SCOPED_TRACE(c.id + c.name);
-        EXPECT_EQ(c.imageOf(*c.make()), c.image);
+        EXPECT_EQ(c.imageOf(*c.make()), c.image); // in other memory
         const auto object = dressed(c), changed = dressed(c);
         const string image = c.imageOf(*object);
         EXPECT_NE(image, c.image);
@@ -378,12 +297,12 @@ TEST(Records, BeginWithTheirImageAndTravelWholeWithTheCodes) {
             Coded() { setErrorCodes(6117, 2); }
         };
         static_cast<ZebErr &>(*object) = Coded();
-        const auto copy = c.copy(*object), target = c.make();
+        const auto target = c.make();
         c.assign(*target, *object);
         c.assign(*object, *object);
         c.assign(*changed, *c.make());
         EXPECT_EQ(c.imageOf(*changed), c.image);
-        for (const ZebErr * each : {object.get(), copy.get(), target.get()}) {
+        for (const ZebErr * each : {object.get(), target.get()}) {
             EXPECT_EQ(c.imageOf(*each), image);
             EXPECT_EQ(codes(*each), "2:6117");
         }
@@ -412,24 +331,18 @@ TEST(Records, FieldsAreCutPaddedAndReadInTheirPlaceAlone) {
                 holds(*object, fitted(value, field.width, field.pad()));
                 const bool isCut = isText && reports && value.size() > field.width;
                 EXPECT_EQ(codes(*object), isCut ? "1:6115" : "0:0");
-                for (std::size_t check = 1; isText && check <= 2; ++check) {
-                    const string kept = c.imageOf(*object);
+                const string kept = c.imageOf(*object);
+                for (std::size_t check = 1; isText && check <= (reports ? 2 : 1); ++check) {
+                    const string side = !reports ? "" : check == 1 ? "target " : "source ";
                     Recording recording;
                     recording.refuseCheck(check);
                     field.set(*object, "new");
-                    if (check == 1 || reports) {
-                        EXPECT_EQ(recording.texts(),
-                                  Texts{!reports ? "ZebString::copy (error): buffer error"
-                                        : check == 1
-                                            ? "ZebString::copy (error): target buffer error"
-                                            : "ZebString::copy (error): source buffer error"});
-                        EXPECT_EQ(recording.lines()[0], "check 2 " + std::to_string(field.width));
-                        EXPECT_EQ(codes(*object), !reports     ? "0:0"
-                                                  : check == 1 ? "2:2146"
-                                                               : "2:2145");
-                        recording.refuseCheck(0);
-                        EXPECT_EQ(c.imageOf(*object), kept);
-                    }
+                    EXPECT_EQ(recording.texts(),
+                              Texts{"ZebString::copy (error): " + side + "buffer error"});
+                    EXPECT_EQ(recording.lines()[0], "check 2 " + std::to_string(field.width));
+                    EXPECT_EQ(codes(*object), !reports ? "0:0" : check == 1 ? "2:2146" : "2:2145");
+                    recording.refuseCheck(0);
+                    EXPECT_EQ(c.imageOf(*object), kept);
                 }
                 field.set(*object, nullptr);
                 holds(*object, string(field.width, field.pad()));
@@ -443,10 +356,6 @@ TEST(Records, FieldsAreCutPaddedAndReadInTheirPlaceAlone) {
                 }
                 c.load(*object, with(c.image, field.offset, bytes), c.format);
                 holds(*object, bytes);
-                FailAllocations guard(1);
-                const string lost = field.get(*object);
-                guard.stop();
-                EXPECT_TRUE(!guard.failed() || lost.empty());
                 EXPECT_EQ(codes(*object), "0:0");
             }
         }
@@ -458,13 +367,13 @@ TEST(Records, BytesFieldsTakeTheirWidthOrNothing) {
     for (const Class & c : classes) {
         for (const Field & field : c.fields) {
             SCOPED_TRACE(c.id + " at " + std::to_string(field.offset));
+            if (field.setValue == nullptr) {
+                continue;
+            }
             for (const std::size_t length :
                  {field.width, std::size_t(0), std::size_t(1), field.width - 1, field.width + 1}) {
                 const auto object = dressed(c);
                 const string former = field.get(*object);
-                if (field.setValue == nullptr) {
-                    break;
-                }
                 const ZebBin value(letters.data(), length);
                 const bool taken = length == 0 || length == field.width;
                 Recording recording;
@@ -754,36 +663,11 @@ TEST(Writing, EndsWhereThePlainStepsEndOrChangesNothingWithoutStorage) {
     EXPECT_GT(*std::min_element(outcomes.begin(), outcomes.end()), 300);
 }
 
-TEST(Writing, ChainsInEveryOrderAreReadBackFromTheFront) {
-    std::array<std::size_t, 5> order{0, 1, 2, 3, 4};
-    do {
-        ZebMsg message;
-        fill(message, "OLD", "body", 273, 1208);
-        const string former = word(273) + word(1208) + "OLD     ";
-        string described = former, expected = "body";
-        for (const std::size_t index : order) {
-            const Class & c = items[index];
-            ASSERT_TRUE(message.writeItem(dynamic_cast<ZebItm &>(*c.make())));
-            expected = with(c.image, c.descriptionAt(), described) + expected;
-            described = word(546) + word(0) + c.format;
-        }
-        ASSERT_EQ(dataOf(message), expected);
-        message.setDataOffset(0);
-        std::size_t cursor = 0;
-        for (auto index = order.rbegin(); index != order.rend(); ++index) {
-            const Class & c = items[*index];
-            ASSERT_EQ(description(message), word(546) + word(0) + c.format);
-            ASSERT_TRUE(message.readItem(dynamic_cast<ZebItm &>(*c.make())));
-            ASSERT_EQ(message.dataOffset(), cursor += c.image.size());
-        }
-        ASSERT_EQ(description(message), former);
-        ASSERT_EQ(message.dataLength(), 4);
-    } while (std::next_permutation(order.begin(), order.end()));
-}
-
 // A header of an application's own kind: the protocol goes through the virtual operations.
 struct Spy : ZebDlh {
     mutable string calls;
+    ZebMsg * moved = nullptr; // gets another buffer under its data when a format is set
+    char room[100];
 
     std::int32_t characterSet() const override { return calls += "c", ZebDlh::characterSet(); }
     std::int32_t encoding() const override { return calls += "e", ZebDlh::encoding(); }
@@ -793,7 +677,12 @@ struct Spy : ZebDlh {
         calls += 'C', ZebDlh::setCharacterSet(value);
     }
     void setEncoding(std::int32_t value) override { calls += 'E', ZebDlh::setEncoding(value); }
-    void setFormat(const char * v) override { calls += "F:"s + v + ':', ZebDlh::setFormat(v); }
+    void setFormat(const char * v) override {
+        calls += "F:"s + v + ':', ZebDlh::setFormat(v);
+        if (moved != nullptr) {
+            moved->useEmptyBuffer(room, sizeof room);
+        }
+    }
 };
 
 TEST(Writing, DescriptionPassesThroughTheVirtualOperations) {
@@ -816,22 +705,16 @@ TEST(Writing, DescriptionPassesThroughTheVirtualOperations) {
     EXPECT_EQ(plain.headerFlags(), 5);
 }
 
-// A setter of an application's own kind that puts another buffer under the message.
-struct Meddler : ZebDlh {
-    ZebMsg message;
-    char room[100];
-
-    void setFormat(const char *) override { message.useEmptyBuffer(room, sizeof room); }
-};
-
 TEST(Writing, ABufferThatASetterChangedIsAskedForRoomAnew) {
-    Meddler meddler;
-    fill(meddler.message, "OLD", "body");
+    Spy spy;
+    ZebMsg message;
+    fill(message, "OLD", "body");
+    spy.moved = &message;
     const Recording recording;
-    EXPECT_FALSE(meddler.copyOut(meddler.message));
+    EXPECT_FALSE(spy.copyOut(message));
     EXPECT_EQ(recording.texts(), Texts{"ZebCache::moreBytes (error): insufficient buffer"});
-    EXPECT_EQ(codes(meddler) + ' ' + codes(meddler.message), "2:6113 2:6113");
-    EXPECT_EQ(dataOf(meddler.message), "");
+    EXPECT_EQ(codes(spy) + ' ' + codes(message), "2:6113 2:6113");
+    EXPECT_EQ(dataOf(message), "");
 }
 
 // ---- What one class has alone -------------------------------------------------------------------
@@ -866,12 +749,6 @@ TEST(Tih, VersionsOutsideAreRefusedInSilenceAndTheTailStaysUnderVersion1) {
         EXPECT_EQ(header.cursorPosition(), position);
     }
     EXPECT_EQ(recording.texts(), Texts{});
-    for (const bool copies : {false, true}) {
-        const std::ptrdiff_t before = liveBlocks();
-        const FailAllocations guard(1);
-        EXPECT_THROW(copies ? ZebTih(header) : ZebTih(), std::bad_alloc);
-        EXPECT_EQ(liveBlocks(), before);
-    }
 }
 
 TEST(Rfh, TextsAreLaidBehindTheRecordUpToTheirFirstZeroByte) {
@@ -886,7 +763,9 @@ TEST(Rfh, TextsAreLaidBehindTheRecordUpToTheirFirstZeroByte) {
     rfh.load(header, with(with(rfh.image, 8, word(112)), 64, places) + "ab\0c"s, rfh.format);
     EXPECT_EQ(told(header.sourceEnvironment()), "ab/4 0:0");
     EXPECT_EQ(told(ZebRfh(header).sourceEnvironment()), "ab/3 0:0");
-    EXPECT_EQ(textsOf(header), (Four{"ab", "", "", "f"}));
+    EXPECT_EQ(textOf(header.sourceName()) + textOf(header.destinationEnvironment()) + "/" +
+                  textOf(header.destinationName()),
+              "/f");
 }
 
 TEST(Rfh, StructureBeyondTheDataLengthensAnAutomaticMessage) {
@@ -896,15 +775,6 @@ TEST(Rfh, StructureBeyondTheDataLengthensAnAutomaticMessage) {
     EXPECT_TRUE(header.pasteIn(message));
     EXPECT_EQ(message.dataOffset(), 200);
     EXPECT_EQ(dataOf(message), with(rfh.image, 8, word(200)) + zeros(92));
-    ZebMsg small; // a length that storage can't follow is the message's failure
-    fill(small, rfh.format, with(rfh.image, 8, word(most)));
-    const string before = stateOf(small);
-    FailAllocations noStorage(1, FailAllocations::fromThere);
-    const bool result = header.pasteIn(small);
-    noStorage.stop();
-    EXPECT_FALSE(result);
-    EXPECT_EQ(codes(header) + ' ' + codes(small), "2:2071 2:2071");
-    EXPECT_EQ(stateOf(small), before);
 }
 
 TEST(Rfh, ATextWithoutStorageIsReportedOnTheTextAlone) {

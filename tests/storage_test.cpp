@@ -12,7 +12,6 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -151,32 +150,14 @@ struct Operation {
     Loss loss = Loss::nothing;
 };
 
-#define GIVES(name, expression)                                                                    \
-    {                                                                                              \
-        name, [](World & w) {                                                                      \
-            const auto result = expression;                                                        \
-            (void)w;                                                                               \
-            return told(result.completionCode() == ZBCC_OK, result);                               \
-        }                                                                                          \
-    }
-#define SAYS(name, object, call)                                                                   \
-    {                                                                                              \
-        name, [](World & w) { return told(w.object.call, w.object); }                              \
-    }
-#define DOES(name, object, statement)                                                              \
-    {                                                                                              \
-        name,                                                                                      \
-            [](World & w) {                                                                        \
-                w.object.clearErrorCodes();                                                        \
-                statement;                                                                         \
-                return told(w.object.completionCode() == ZBCC_OK, w.object);                       \
-            },                                                                                     \
-            Loss::emptied                                                                          \
-    }
-#define LOSES(name, object, call)                                                                  \
-    {                                                                                              \
-        name, [](World & w) { return told(w.object.call, w.object); }, Loss::emptied               \
-    }
+// clang-format off
+#define RUNS(name, loss, run) {name, [](World & w) { (void)w; run }, Loss::loss}
+#define GIVES(name, expression) \
+    RUNS(name, nothing, const auto result = expression; return told(result.completionCode() == ZBCC_OK, result);)
+#define SAYS(name, object, call) RUNS(name, nothing, return told(w.object.call, w.object);)
+#define LOSES(name, object, call) RUNS(name, emptied, return told(w.object.call, w.object);)
+#define DOES(name, object, statement) \
+    RUNS(name, emptied, w.object.clearErrorCodes(); statement; return told(w.object.completionCode() == ZBCC_OK, w.object);)
 
 const Operation operations[] = {
     SAYS("ZebCac::resizeBuffer", cache, resizeBuffer(100)),
@@ -207,30 +188,16 @@ const Operation operations[] = {
     SAYS("ZebStr::pasteIn of bytes", text, pasteIn(longText, 30)),
     LOSES("ZebStr::pasteIn of an integer", text, pasteIn(-2147483647)),
     LOSES("ZebStr::pasteIn of a long double text", text, pasteIn(1.0, "%600.300f")),
-    {"ZebStr::copyOut to a field, first in the process",
-     [](World & w) {
-         char field[8] = {};
-         const bool result = w.text.copyOut(field, sizeof field, ' ');
-         return told(result, w.text);
-     }},
-    {"new ZebStr",
-     [](World &) {
-         const std::unique_ptr<ZebStr> made(new ZebStr);
-         return told(true, *made);
-     }},
+    RUNS("ZebStr::copyOut to a field, first in the process", nothing, char field[8] = {};
+         const bool result = w.text.copyOut(field, sizeof field, ' '); return told(result, w.text);),
+    RUNS("new ZebStr", nothing, const std::unique_ptr<ZebStr> made(new ZebStr); return told(true, *made);),
     DOES("ZebStr::operator =", text, w.text = w.otherReference.sourceName()),
     GIVES("ZebStr::operator () and the other pieces", w.text(2, 3)),
     GIVES("ZebStr::upperCase", w.text.upperCase()),
     DOES("ZebStr::stripLeading", text, w.text.stripLeading(' ')),
     DOES("ZebStr::copyOut of a token", token, w.text.copyOut(w.token, ',')),
     DOES("ZebStr::cutOut of a token", text, w.text.cutOut(w.token, ',')),
-    {"ZebStr::cutOut of a number",
-     [](World & w) {
-         std::int32_t number = 0;
-         w.text.cutOut(number);
-         return told(w.text.completionCode() == ZBCC_OK, w.text);
-     },
-     Loss::emptied},
+    DOES("ZebStr::cutOut of a number", text, std::int32_t number = 0; w.text.cutOut(number)),
     GIVES("ZebStr::operator + with a string", w.text + w.token),
     GIVES("ZebStr::operator + with a character", w.text + 'x'),
     GIVES("ZebStr::operator + with a text", w.text + longText),
@@ -251,8 +218,7 @@ const Operation operations[] = {
     GIVES("ZebTih, copy", ZebTih(w.bridge)),
     GIVES("ZebRfh, copy", ZebRfh(w.otherReference)),
     DOES("ZebRfh::operator =", reference, w.reference = w.otherReference),
-    DOES("ZebRfh::setSourceName and the other texts", reference,
-         w.reference.setSourceName(longText)),
+    DOES("ZebRfh::setSourceName and the other texts", reference, w.reference.setSourceName(longText)),
     GIVES("ZebRfh::sourceName and the other texts", w.otherReference.sourceName()),
     GIVES("ZebGmo3", ZebGmo3()),
     GIVES("ZebGmo3, copy", ZebGmo3(w.options)),
@@ -263,13 +229,11 @@ const Operation operations[] = {
     GIVES("ZebChl::sslPeerName and the other text readers", w.otherChannel.sslPeerName()),
     LOSES("ZebChl::setSendExitNames and its siblings", channel, setSendExitNames(2, exits)),
     GIVES("ZebChl::sendExitName and its siblings", w.otherChannel.sendExitName()),
-    {"ZebChl::sendExitNames and its siblings",
-     [](World & w) {
-         ZebStr * const strings[] = {&w.text, &w.token};
-         return told(w.otherChannel.sendExitNames(2, strings), w.otherChannel);
-     },
-     Loss::emptied},
+    RUNS("ZebChl::sendExitNames and its siblings", emptied, ZebStr * strings[2];
+         strings[0] = &w.text; strings[1] = &w.token;
+         return told(w.otherChannel.sendExitNames(2, strings), w.otherChannel);),
 };
+// clang-format on
 
 // Whether a part is empty, or as after a success but cut short, with zero bytes for what is
 // missing.
@@ -287,14 +251,17 @@ struct Trial {
 // Runs the operation with its n-th allocation failing, if n isn't 0. All blocks that the test has
 // of its own are released where they were obtained: out of the count.
 Trial tryOnce(const Operation & operation, std::size_t n, FailAllocations::Extent extent) {
-    std::optional<OwnAllocations> own(std::in_place);
     Trial trial;
-    own.reset();
+    const auto look = [](const World & seen, Image * image) {
+        const OwnAllocations own;
+        Image parts = imageOf(seen);
+        if (image != nullptr) {
+            image->swap(parts);
+        }
+    };
     const std::ptrdiff_t live = support::liveBlocks();
     auto world = std::make_unique<World>();
-    own.emplace();
-    trial.before = imageOf(*world);
-    own.reset();
+    look(*world, &trial.before);
     {
         FailAllocations guard(n, extent);
         try {
@@ -303,16 +270,12 @@ Trial tryOnce(const Operation & operation, std::size_t n, FailAllocations::Exten
         }
         trial.failed = guard.failed();
     }
-    own.emplace();
-    trial.after = imageOf(*world);
-    own.reset();
+    look(*world, &trial.after);
     operation.run(*world); // everything is of use again
-    own.emplace();
-    imageOf(*world);
-    own.reset();
+    look(*world, nullptr);
     world.reset();
     ZebStrCleanUp();
-    const bool balanced = support::liveBlocks() == live;
+    const bool balanced = support::liveBlocks() == live; // ahead of the strings of the check
     check(balanced, "blocks lost or released twice", operation.name);
     return trial;
 }

@@ -7,51 +7,35 @@
 namespace support {
 namespace {
 
-// Relaxed, so that counting orders no two threads that the library left unordered.
+// Relaxed, so that counting orders no two threads that the library left
+// unordered.
 std::atomic<std::ptrdiff_t> blocksInUse{0};
 
 thread_local int ownDepth = 0;
 thread_local std::size_t asked = 0;
-thread_local std::size_t askedBytes = 0;
 thread_local std::size_t toFailure = 0; // 0: none is to fail
 thread_local bool fromThereOn = false;
 thread_local bool hasFailed = false;
 
-bool isToFail() {
-    if (toFailure == 0) {
-        return false;
-    }
-    if (toFailure > 1) {
-        --toFailure;
-        return false;
-    }
-    toFailure = fromThereOn ? 1 : 0;
-    hasFailed = true;
-    return true;
-}
-
-void * allocate(std::size_t size, std::size_t alignment) noexcept {
+void * allocate(std::size_t size) noexcept {
     if (ownDepth == 0) {
         ++asked;
-        askedBytes += size;
-        if (isToFail()) {
+        if (toFailure == 1) {
+            toFailure = fromThereOn ? 1 : 0;
+            hasFailed = true;
             return nullptr;
         }
+        toFailure -= toFailure != 0 ? 1 : 0;
     }
-    void * block = nullptr;
-    if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
-        block = std::malloc(size != 0 ? size : 1);
-    } else if (posix_memalign(&block, alignment, size) != 0) {
-        block = nullptr;
-    }
+    void * const block = std::malloc(size != 0 ? size : 1);
     if (block != nullptr && ownDepth == 0) {
         blocksInUse.fetch_add(1, std::memory_order_relaxed);
     }
     return block;
 }
 
-void * allocateOrThrow(std::size_t size, std::size_t alignment) {
-    void * block = allocate(size, alignment);
+void * allocateOrThrow(std::size_t size) {
+    void * const block = allocate(size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
@@ -65,36 +49,22 @@ void release(void * block) noexcept {
     std::free(block);
 }
 
-constexpr std::size_t ordinary = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
-
-std::size_t number(std::align_val_t alignment) {
-    return static_cast<std::size_t>(alignment);
-}
-
-}
+} // namespace
 
 std::ptrdiff_t liveBlocks() {
     return blocksInUse.load(std::memory_order_relaxed);
 }
 
-AllocationTally::AllocationTally() : count_(asked), bytes_(askedBytes) {}
+AllocationTally::AllocationTally() : before_(asked) {}
 
 std::size_t AllocationTally::count() const {
-    return asked - count_;
-}
-
-std::size_t AllocationTally::bytes() const {
-    return askedBytes - bytes_;
+    return asked - before_;
 }
 
 FailAllocations::FailAllocations(std::size_t n, Extent extent) {
     toFailure = n;
     fromThereOn = extent == fromThere;
     hasFailed = false;
-}
-
-FailAllocations::~FailAllocations() {
-    stop();
 }
 
 bool FailAllocations::failed() const {
@@ -113,73 +83,23 @@ OwnAllocations::~OwnAllocations() {
     --ownDepth;
 }
 
-}
+} // namespace support
 
 using support::allocate;
 using support::allocateOrThrow;
-using support::number;
-using support::ordinary;
 using support::release;
 
-void * operator new(std::size_t size) {
-    return allocateOrThrow(size, ordinary);
-}
-void * operator new[](std::size_t size) {
-    return allocateOrThrow(size, ordinary);
-}
-void * operator new(std::size_t size, const std::nothrow_t &) noexcept {
-    return allocate(size, ordinary);
-}
-void * operator new[](std::size_t size, const std::nothrow_t &) noexcept {
-    return allocate(size, ordinary);
-}
-void * operator new(std::size_t size, std::align_val_t alignment) {
-    return allocateOrThrow(size, number(alignment));
-}
-void * operator new[](std::size_t size, std::align_val_t alignment) {
-    return allocateOrThrow(size, number(alignment));
-}
-void * operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept {
-    return allocate(size, number(alignment));
-}
-void * operator new[](std::size_t size, std::align_val_t alignment,
-                      const std::nothrow_t &) noexcept {
-    return allocate(size, number(alignment));
-}
-
-void operator delete(void * block) noexcept {
-    release(block);
-}
-void operator delete[](void * block) noexcept {
-    release(block);
-}
-void operator delete(void * block, std::size_t) noexcept {
-    release(block);
-}
-void operator delete[](void * block, std::size_t) noexcept {
-    release(block);
-}
-void operator delete(void * block, const std::nothrow_t &) noexcept {
-    release(block);
-}
-void operator delete[](void * block, const std::nothrow_t &) noexcept {
-    release(block);
-}
-void operator delete(void * block, std::align_val_t) noexcept {
-    release(block);
-}
-void operator delete[](void * block, std::align_val_t) noexcept {
-    release(block);
-}
-void operator delete(void * block, std::size_t, std::align_val_t) noexcept {
-    release(block);
-}
-void operator delete[](void * block, std::size_t, std::align_val_t) noexcept {
-    release(block);
-}
-void operator delete(void * block, std::align_val_t, const std::nothrow_t &) noexcept {
-    release(block);
-}
-void operator delete[](void * block, std::align_val_t, const std::nothrow_t &) noexcept {
-    release(block);
-}
+// All forms but the aligned ones, which nothing here uses: a sanitizer has its
+// own of each.
+// clang-format off
+void * operator new(std::size_t size) { return allocateOrThrow(size); }
+void * operator new[](std::size_t size) { return allocateOrThrow(size); }
+void * operator new(std::size_t size, const std::nothrow_t &) noexcept { return allocate(size); }
+void * operator new[](std::size_t size, const std::nothrow_t &) noexcept { return allocate(size); }
+void operator delete(void * block) noexcept { release(block); }
+void operator delete[](void * block) noexcept { release(block); }
+void operator delete(void * block, std::size_t) noexcept { release(block); }
+void operator delete[](void * block, std::size_t) noexcept { release(block); }
+void operator delete(void * block, const std::nothrow_t &) noexcept { release(block); }
+void operator delete[](void * block, const std::nothrow_t &) noexcept { release(block); }
+// clang-format on

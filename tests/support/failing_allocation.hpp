@@ -3,27 +3,28 @@
 
 #include <cstddef>
 
-/// The test program's own global allocation operators: they count, and fail on demand.
+/// The test program's own global allocation operators: they count, and fail on
+/// demand.
 namespace support {
 
 /// How many blocks of the global operators are in use, in the whole process.
 std::ptrdiff_t liveBlocks();
 
-/// What the calling thread asked of the global operators since the tally began, failures included.
+/// How often the calling thread asked the global operators since the tally
+/// began, failures included.
 class AllocationTally {
 public:
     AllocationTally();
     std::size_t count() const;
-    std::size_t bytes() const;
 
 private:
-    std::size_t count_;
-    std::size_t bytes_;
+    std::size_t before_;
 };
 
-/// While it lives, the n-th allocation of this thread from its beginning fails, 1 being the next:
-/// with std::bad_alloc, or with a null result in the nothrow forms. `fromThere` fails all that
-/// follow as well. Guards don't nest. Every way through a piece of code is tried by
+/// While it lives, the n-th allocation of this thread from its beginning fails,
+/// 1 being the next: with std::bad_alloc, or with a null result in the nothrow
+/// forms. `fromThere` fails all that follow as well. Guards don't nest. Every
+/// way through a piece of code is tried by
 ///
 ///     for (std::size_t n = 1;; ++n) {
 ///         FailAllocations guard(n);
@@ -35,7 +36,7 @@ public:
     enum Extent { once, fromThere };
 
     explicit FailAllocations(std::size_t n, Extent extent = once);
-    ~FailAllocations();
+    ~FailAllocations() { stop(); }
     FailAllocations(const FailAllocations &) = delete;
     FailAllocations & operator=(const FailAllocations &) = delete;
 
@@ -45,8 +46,8 @@ public:
     void stop();
 };
 
-/// While it lives, this thread's allocations are the test support's own: neither tallied nor
-/// counted among the live blocks nor failed.
+/// While it lives, this thread's allocations are the test support's own:
+/// neither tallied nor counted among the live blocks nor failed.
 class OwnAllocations {
 public:
     OwnAllocations();
@@ -55,6 +56,6 @@ public:
     OwnAllocations & operator=(const OwnAllocations &) = delete;
 };
 
-}
+} // namespace support
 
 #endif

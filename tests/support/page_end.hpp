@@ -11,8 +11,9 @@
 
 namespace support {
 
-/// Memory that ends where an inaccessible page begins, and starts `size` bytes earlier: a read or
-/// write one byte past its end kills the process. The bytes are zero, or a copy of what is given.
+/// Memory that ends where an inaccessible page begins, and starts `size` bytes
+/// earlier: a read or write one byte past its end kills the process. The bytes
+/// are zero, or a copy of what is given.
 class PageEnd {
 public:
     explicit PageEnd(std::size_t size) : size_(size) {
@@ -21,12 +22,8 @@ public:
         mapped_ = usable_ + page;
         void * map =
             mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (map == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
         map_ = static_cast<char *>(map);
-        if (mprotect(map_ + usable_, page, PROT_NONE) != 0) {
-            munmap(map_, mapped_);
+        if (map == MAP_FAILED || mprotect(map_ + usable_, page, PROT_NONE) != 0) {
             throw std::bad_alloc();
         }
     }
@@ -44,8 +41,6 @@ public:
 
     char * data() const { return map_ + usable_ - size_; }
     std::size_t size() const { return size_; }
-    /// The first byte that may not be touched.
-    char * end() const { return map_ + usable_; }
     /// Lets the memory be read only; writes kill the process from now on.
     void makeReadOnly() {
         if (usable_ != 0 && mprotect(map_, usable_, PROT_READ) != 0) {
@@ -60,6 +55,6 @@ private:
     char * map_ = nullptr;
 };
 
-}
+} // namespace support
 
 #endif

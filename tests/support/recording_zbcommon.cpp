@@ -4,6 +4,8 @@
 #include "zbcommon/zbcommon.h"
 
 #include <atomic>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -12,10 +14,11 @@
 namespace support {
 namespace {
 
-// What the stand-in is told and what it has noted. Guarded by `guard` while `recording` is set;
-// nobody looks at it otherwise.
+// What the stand-in is told and what it has noted. Guarded by `guard` while
+// `recording` is set; nobody looks at it otherwise.
 struct Record {
-    std::vector<Call> calls;
+    Texts lines;
+    std::vector<const void *> pointers;
     std::size_t checksToRefusal = 0;
     const void * refusedAddress = nullptr;
     bool refuseSetUp = false;
@@ -37,17 +40,24 @@ bool touches(const void * pointer, std::size_t length, const void * address) {
     return address != nullptr && wanted >= start && wanted - start < length;
 }
 
-// Notes a call. Its own storage is neither counted nor refused.
-template <class Fill> void note(Call::Kind kind, Fill fill) {
-    const OwnAllocations own;
+// Notes a call, for a caller whose allocations are the own ones of the test.
+template <class... Number>
+void note(std::string line, const void * pointer, const char * end, Number... numbers) {
+    ((line += ' ' + std::to_string(numbers)), ...);
     const std::lock_guard<std::mutex> lock(guard);
-    Call call;
-    call.kind = kind;
-    fill(call);
-    record.calls.push_back(std::move(call));
+    record.lines.push_back(line + end);
+    record.pointers.push_back(pointer);
 }
 
-void makeKey() {
+void begin(bool records) {
+    const OwnAllocations own;
+    const std::lock_guard<std::mutex> lock(guard);
+    record = Record();
+    recording = records;
+}
+
+// Ahead of the static objects of the test program, which may already trace.
+__attribute__((constructor(101))) void prepare() {
     pthread_key_t key = 0;
     if (pthread_key_create(&key, nullptr) != 0) {
         std::abort();
@@ -55,82 +65,41 @@ void makeKey() {
     svcThreadSlot = key;
 }
 
-// Ahead of the static objects of the test program, which may already trace.
-__attribute__((constructor(101))) void prepare() {
-    makeKey();
-}
-
-}
-
-std::string Call::line() const {
-    switch (kind) {
-    case Kind::setUp:
-        return "set-up " + std::to_string(numbers[0]) + ' ' + std::to_string(numbers[1]) +
-               (pointer != nullptr ? " area" : " null");
-    case Kind::check:
-        return "check " + std::to_string(mode) + ' ' + std::to_string(length);
-    case Kind::text:
-        return "text " + text;
-    case Kind::entry:
-        return "entry " + std::to_string(component) + ' ' + std::to_string(function);
-    case Kind::exit:
-        return "exit " + std::to_string(component) + ' ' + std::to_string(function) + ' ' +
-               std::to_string(result);
-    }
-    return {};
-}
+} // namespace
 
 Recording::Recording() {
-    const OwnAllocations own;
-    const std::lock_guard<std::mutex> lock(guard);
-    record = Record();
-    recording = true;
+    begin(true);
 }
 
 Recording::~Recording() {
-    const OwnAllocations own;
-    const std::lock_guard<std::mutex> lock(guard);
-    recording = false;
-    record = Record();
+    begin(false);
 }
 
 void Recording::clear() {
     const OwnAllocations own;
     const std::lock_guard<std::mutex> lock(guard);
-    record.calls.clear();
+    record.lines.clear();
+    record.pointers.clear();
 }
 
-std::vector<Call> Recording::calls() const {
+Texts Recording::lines() const {
     const std::lock_guard<std::mutex> lock(guard);
-    return record.calls;
+    return record.lines;
 }
 
-std::vector<std::string> Recording::lines() const {
-    std::vector<std::string> lines;
-    for (const Call & call : calls()) {
-        lines.push_back(call.line());
-    }
-    return lines;
-}
-
-std::vector<std::string> Recording::texts() const {
-    std::vector<std::string> texts;
-    for (const Call & call : calls()) {
-        if (call.kind == Call::Kind::text) {
-            texts.push_back(call.text);
+Texts Recording::texts() const {
+    Texts texts;
+    for (const std::string & line : lines()) {
+        if (line.starts_with("text ")) {
+            texts.push_back(line.substr(5));
         }
     }
     return texts;
 }
 
-std::vector<Call> Recording::checks() const {
-    std::vector<Call> checks;
-    for (const Call & call : calls()) {
-        if (call.kind == Call::Kind::check) {
-            checks.push_back(call);
-        }
-    }
-    return checks;
+std::vector<const void *> Recording::pointers() const {
+    const std::lock_guard<std::mutex> lock(guard);
+    return record.pointers;
 }
 
 void Recording::refuseCheck(std::size_t n) {
@@ -148,10 +117,6 @@ void Recording::refuseSetUp(bool refuse) {
     record.refuseSetUp = refuse;
 }
 
-bool threadIsSetUp() {
-    return pthread_getspecific(svcThreadSlot) != nullptr;
-}
-
 void forgetThread() {
     pthread_setspecific(svcThreadSlot, nullptr);
 }
@@ -160,9 +125,11 @@ const void * threadContext() {
     return &context;
 }
 
-}
+} // namespace support
 
-using support::Call;
+using support::isRecording;
+using support::note;
+using support::OwnAllocations;
 
 extern "C" {
 
@@ -171,65 +138,52 @@ std::uint32_t svcThreadSlot = 0;
 std::int32_t svcInitialize(std::uint16_t first, std::uint16_t second, std::uint32_t third,
                            std::uint32_t fourth, void * area) {
     bool refuse = false;
-    if (support::isRecording()) {
-        support::note(Call::Kind::setUp, [&](Call & call) {
-            call.numbers[0] = first;
-            call.numbers[1] = second;
-            call.zeros[0] = third;
-            call.zeros[1] = fourth;
-            call.pointer = area;
-            refuse = support::record.refuseSetUp;
-        });
+    if (isRecording()) {
+        const OwnAllocations own;
+        const char * const end = (third | fourth) != 0 ? " not zero" : area ? " area" : " null";
+        note("set-up", area, end, first, second);
+        const std::lock_guard<std::mutex> lock(support::guard);
+        refuse = support::record.refuseSetUp;
     }
     if (area != nullptr) {
-        std::memset(area, 0xA5, 16); // the caller promises 16 bytes and reads none of them
+        std::memset(area, 0xA5,
+                    16); // the caller promises 16 bytes and reads none of them
     }
-    if (refuse) {
-        return 1;
-    }
-    return pthread_setspecific(svcThreadSlot, &support::context);
+    return refuse ? 1 : pthread_setspecific(svcThreadSlot, &support::context);
 }
 
 std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {
     bool refuse = pointer == nullptr;
-    if (support::isRecording()) {
-        support::note(Call::Kind::check, [&](Call & call) {
-            call.pointer = pointer;
-            call.length = length;
-            call.mode = mode;
-            std::size_t & toRefusal = support::record.checksToRefusal;
-            refuse |= toRefusal != 0 && --toRefusal == 0;
-            refuse |= support::touches(pointer, length, support::record.refusedAddress);
-        });
+    if (isRecording()) {
+        const OwnAllocations own;
+        note("check", pointer, "", mode, length);
+        const std::lock_guard<std::mutex> lock(support::guard);
+        std::size_t & toRefusal = support::record.checksToRefusal;
+        refuse |= toRefusal != 0 && --toRefusal == 0;
+        refuse |= support::touches(pointer, length, support::record.refusedAddress);
     }
     return refuse ? 1 : 0;
 }
 
 void trcText(const char * text) {
-    if (support::isRecording()) {
-        support::note(Call::Kind::text, [&](Call & call) { call.text = text; });
+    if (isRecording()) {
+        const OwnAllocations own;
+        note("text ", text, text);
     }
 }
 
 void trcFunctionEntry(void * context, std::uint32_t component, std::uint32_t function) {
-    if (support::isRecording()) {
-        support::note(Call::Kind::entry, [&](Call & call) {
-            call.context = context;
-            call.component = component;
-            call.function = function;
-        });
+    if (isRecording()) {
+        const OwnAllocations own;
+        note("entry", context, "", component, function);
     }
 }
 
 void trcFunctionReturn(void * context, std::uint32_t component, std::uint32_t function,
                        std::uint32_t result) {
-    if (support::isRecording()) {
-        support::note(Call::Kind::exit, [&](Call & call) {
-            call.context = context;
-            call.component = component;
-            call.function = function;
-            call.result = result;
-        });
+    if (isRecording()) {
+        const OwnAllocations own;
+        note("exit", context, "", component, function, result);
     }
 }
 }
