@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=$1 directory=$2
 rm -rf "$directory"
-mkdir -p "$directory/root"
+mkdir -p "$directory/unpacked"
 cd "$directory"
 "$CPACK" --config "$build/CPackConfig.cmake" -G DEB -B "$directory" > cpack.log 2>&1 ||
     { cat cpack.log; exit 1; }
@@ -69,5 +69,5 @@ for package in zebbase-tools_*.deb; do
 done
 
 for package in "$runtime" "$development"; do
-    dpkg-deb -x "$package" root
+    dpkg-deb -x "$package" unpacked
 done
