@@ -1,4 +1,5 @@
 #include "dump.hpp"
+#include "tools/json_words.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -26,35 +27,6 @@ std::string textOf(std::string_view bytes) {
     return text;
 }
 
-std::string hexadecimal(std::string_view bytes) {
-    constexpr const char * digits = "0123456789abcdef";
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
-const char * nameOf(zeb::FieldKind kind) {
-    switch (kind) {
-    case zeb::FieldKind::text:
-        return "text";
-    case zeb::FieldKind::integer:
-        return "integer";
-    case zeb::FieldKind::integers:
-        return "integers";
-    case zeb::FieldKind::bytes:
-        return "bytes";
-    case zeb::FieldKind::pointer:
-        return "pointer";
-    case zeb::FieldKind::gap:
-        return "gap";
-    }
-    return "";
-}
-
 const char * nameOf(DataKind kind) {
     switch (kind) {
     case DataKind::application:
@@ -76,7 +48,7 @@ Json fieldOf(const RecordView & record, const zeb::FieldLayout & field) {
     Json json{{"name", field.name},
               {"offset", field.offset},
               {"width", field.width},
-              {"kind", nameOf(field.kind)}};
+              {"kind", kindName(field.kind)}};
     if (bytes.size() == field.width && field.kind == zeb::FieldKind::integer) {
         json["value"] = integerAt(record.bytes, field);
         return json;

@@ -1,3 +1,4 @@
+#include "tools/json_words.hpp"
 #include "tools/layout/records.hpp"
 
 #include <nlohmann/json.hpp>
@@ -18,35 +19,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 using records::Bytes;
 using records::Record;
-
-std::string hexadecimal(const Bytes & bytes) {
-    std::string text;
-    for (const char c : bytes) {
-        constexpr const char * digits = "0123456789abcdef";
-        const auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
-const char * nameOf(zeb::FieldKind kind) {
-    switch (kind) {
-    case zeb::FieldKind::text:
-        return "text";
-    case zeb::FieldKind::integer:
-        return "integer";
-    case zeb::FieldKind::integers:
-        return "integers";
-    case zeb::FieldKind::bytes:
-        return "bytes";
-    case zeb::FieldKind::pointer:
-        return "pointer";
-    case zeb::FieldKind::gap:
-        return "gap";
-    }
-    return "";
-}
 
 const char * nameOf(zeb::FieldPad pad) {
     switch (pad) {
@@ -95,7 +67,7 @@ Json layoutOf(const Record & record) {
         fields.push_back({{"name", field.name},
                           {"offset", field.offset},
                           {"width", field.width},
-                          {"kind", nameOf(field.kind)},
+                          {"kind", kindName(field.kind)},
                           {"pad", nameOf(field.pad)},
                           {"default", valueOf(record.images[0].bytes, field)}});
     }
