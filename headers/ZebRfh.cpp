@@ -142,7 +142,7 @@ bool ZebRfh::pasteIn(ZebMsg & message) {
     if (!message.setDataOffset(message.dataOffset() + length)) {
         return zeb::failAs(*this, message);
     }
-    zeb::handOn(*this, message, record_.format);
+    zeb::handOn(*this, message, typeid(ZebRfh), record_.format);
     return true;
 }
 

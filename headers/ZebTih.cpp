@@ -120,7 +120,7 @@ bool ZebTih::pasteIn(ZebMsg & message) {
     if (!zeb::readBytes(*this, message, &record_->version, length - idLength)) {
         return false;
     }
-    zeb::handOn(*this, message, record_->format);
+    zeb::handOn(*this, message, typeid(ZebTih), record_->format);
     return true;
 }
 

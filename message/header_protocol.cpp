@@ -146,11 +146,10 @@ struct FormatText {
     char text[formatWidth + 1];
 };
 
-/// Gives the header what message.format() would give, without a block for it.
-void takeFormat(ZebHdr & header, const ZebMsg & message) {
-    const auto & field = message.descriptor().format;
+/// Sets what format() of the field's owner would give, without a block for it.
+template <class Target> void passFormat(const char (&field)[formatWidth], Target & target) {
     ZebErr codesOfTheText;
-    header.setFormat(mayRead(codesOfTheText, field, sizeof field) ? FormatText(field).text
+    target.setFormat(mayRead(codesOfTheText, field, sizeof field) ? FormatText(field).text
                                                                   : nullptr);
 }
 
@@ -168,14 +167,19 @@ bool writeHeader(ZebHdr & header, ZebMsg & message, const char * format,
     }
     header.setEncoding(message.encoding());
     header.setCharacterSet(message.characterSet());
-    takeFormat(header, message);
+    passFormat(message.descriptor().format, header);
     describe(message, format);
     return front.write(pieces) || failAs(header, message);
 }
 
-void handOn(const ZebHdr & header, ZebMsg & message, const char (&formatField)[formatWidth]) {
+void handOn(const ZebHdr & header, ZebMsg & message, const std::type_info & ownClass,
+            const char (&formatField)[formatWidth]) {
     message.setEncoding(header.encoding());
     message.setCharacterSet(header.characterSet());
+    if (typeid(header) == ownClass) {
+        passFormat(formatField, message);
+        return;
+    }
     const ZebStr format = header.format();
     if (format.text() == nullptr && format.reasonCode() == ZBRC_STORAGE_NOT_AVAILABLE) {
         // Without storage for the text the record still has it: no description gets lost.

@@ -5,6 +5,7 @@
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
 #include "values/string_semaphore.hpp"
+#include "values/text_copy.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -56,8 +57,7 @@ private:
 
 CopyCodes copyCodes;
 
-/// Where a static copy reports: on an error object, or on the process-wide pair for none.
-bool reportCopy(ZebErr * error, const Report & what) {
+bool reportTo(ZebErr * error, const Report & what) {
     if (error != nullptr) {
         return zeb::report(*error, what);
     }
@@ -66,34 +66,20 @@ bool reportCopy(ZebErr * error, const Report & what) {
     return what.completion != ZBCC_FAILED;
 }
 
-bool fill(char * target, std::size_t width, const char * source, ZebErr * error, char pad) {
-    if (target != nullptr && width != 0 && !zeb::isUsable(target, width, zeb::modeWrite)) {
-        return reportCopy(error, error != nullptr ? targetBufferError : bufferError);
-    }
-    if (error != nullptr) {
-        if (source != nullptr && !zeb::isUsable(source, 1, zeb::modeRead)) {
-            return reportCopy(error, sourceBufferError);
-        }
-        if (width == 0) {
-            return true;
-        }
-    }
-    if (target == nullptr && width != 0) {
-        return reportCopy(error, noDestination);
-    }
-    const std::size_t count = source != nullptr ? strnlen(source, width) : 0;
-    if (count != 0) {
-        std::memmove(target, source, count);
-    }
-    if (count < width) {
-        std::memset(target + count, pad, width - count);
-        return true;
-    }
-    // All of the width is text: one look behind it tells whether there was more.
-    return source == nullptr || source[width] == '\0' || reportCopy(error, truncated);
-}
-
 } // namespace
+
+bool zeb::reportCopy(ZebErr * error, CopyTrouble trouble) {
+    switch (trouble) {
+    case CopyTrouble::targetRefused:
+        return reportTo(error, error != nullptr ? targetBufferError : bufferError);
+    case CopyTrouble::sourceRefused:
+        return reportTo(error, sourceBufferError);
+    case CopyTrouble::noTarget:
+        return reportTo(error, noDestination);
+    default:
+        return reportTo(error, truncated);
+    }
+}
 
 ZebStr::ZebStr() = default;
 
@@ -270,11 +256,11 @@ bool ZebStr::pasteIn(const void * bytes, std::size_t length) {
 }
 
 bool ZebStr::copy(char * target, std::size_t width, const char * source, ZebErr & error, char pad) {
-    return fill(target, width, source, &error, pad);
+    return zeb::copyText(target, width, source, &error, pad);
 }
 
 bool ZebStr::copy(char * target, std::size_t width, const char * source, char pad) {
-    return fill(target, width, source, nullptr, pad);
+    return zeb::copyText(target, width, source, nullptr, pad);
 }
 
 bool ZebStr::copyOut(char * target, std::size_t width, char pad) {

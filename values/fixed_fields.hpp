@@ -4,6 +4,7 @@
 #include "ZebBin.hpp"
 #include "ZebStr.hpp"
 #include "frame/report.hpp"
+#include "values/text_copy.hpp"
 
 /// How fields of fixed width are read and written: the same few rules for every record. The forms
 /// over arrays take the width from the field itself.
@@ -34,7 +35,7 @@ template <std::size_t Width> ZebStr strippedFieldText(const char (&field)[Width]
 }
 /// Fills the field with a text, cut or padded; a null text fills it with the pad.
 template <std::size_t Width> void setFieldText(char (&field)[Width], const char * text, char pad) {
-    ZebStr::copy(field, Width, text, pad);
+    copyText(field, Width, text, nullptr, pad);
 }
 template <std::size_t Width> ZebBin fieldBytes(const unsigned char (&field)[Width]) {
     return fieldBytes(field, Width);

@@ -61,11 +61,10 @@ Verdict probeFurtherPages(std::uintptr_t first, std::uintptr_t last) noexcept {
 template <ProbeFunction probe>
 [[gnu::always_inline]] inline Verdict probePages(std::uintptr_t first,
                                                  std::uintptr_t last) noexcept {
-    const Verdict verdict = probe(first);
-    if (first / pageSize == last / pageSize) [[likely]] {
-        return verdict;
+    if ((first ^ last) < pageSize) [[likely]] {
+        return probe(first);
     }
-    return verdict != accepted ? verdict : probeFurtherPages<probe>(first, last);
+    return probe(first) == accepted ? probeFurtherPages<probe>(first, last) : refused;
 }
 
 template <ProbeFunction probeToRead, ProbeFunction probeToWrite>
@@ -278,7 +277,8 @@ void lookAtFaultHandling() noexcept {
     if (!isInPlace(SIGSEGV) || !isInPlace(SIGBUS)) {
         way = Way::kernel;
     }
-    const bool blocked = faultsAreBlocked();
+    // Touches are only granted while ours is the way: the fast path asks for nothing else.
+    const bool blocked = way != Way::touch || faultsAreBlocked();
     threadContext.touchesLeft = blocked ? 0 : checksBetweenLooks;
     threadContext.asksLeft = blocked ? checksBetweenLooks : 0;
 }
@@ -290,8 +290,7 @@ std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint
     const auto first = reinterpret_cast<std::uintptr_t>(pointer);
     const std::uintptr_t last = first + (length - 1);
     // One comparison for three: null, no length and a wrap all fail it.
-    if (first - 1 < last && way.load(std::memory_order_relaxed) == Way::touch &&
-        --threadContext.touchesLeft >= 0) [[likely]] {
+    if (first - 1 < last && --threadContext.touchesLeft >= 0) [[likely]] {
         return probeRange<touchToRead, touchToWrite>(first, last, mode);
     }
     return checkOffTheFastPath(first, length, mode);

@@ -1,0 +1,69 @@
+#ifndef VALUES_TEXT_COPY_HPP
+#define VALUES_TEXT_COPY_HPP
+
+#include "frame/pointer_check.hpp"
+#include "frame/report.hpp"
+
+#include <cstdint>
+#include <cstring>
+
+/// The rule of `ZebStr::copy`, written once for texts of any width and for the fields of records,
+/// whose width the compiler knows.
+
+namespace zeb {
+
+/// What can come of a copy besides its being made.
+enum class CopyTrouble : std::uint8_t { targetRefused, sourceRefused, noTarget, truncated };
+
+/// Reports on the error object, or for none on the process-wide pair of codes; whether the copy
+/// counts as made.
+[[gnu::cold, gnu::noinline]] bool reportCopy(ZebErr * error, CopyTrouble trouble);
+
+/// Lays `count` characters of the text into the target and pads it to its width.
+[[gnu::always_inline]] inline void layText(char * target, std::size_t width, const char * source,
+                                           std::size_t count, char pad) {
+    // A width known here is filled by a few stores, which takes less than the call for the rest.
+    const auto distance =
+        reinterpret_cast<std::uintptr_t>(source) - reinterpret_cast<std::uintptr_t>(target) + width;
+    if (__builtin_constant_p(width) && distance >= 2 * width) {
+        std::memset(target, pad, width);
+        if (count != 0) {
+            std::memcpy(target, source, count);
+        }
+        return;
+    }
+    if (count != 0) {
+        std::memmove(target, source, count);
+    }
+    if (count < width) {
+        std::memset(target + count, pad, width - count);
+    }
+}
+
+/// Copies a text into `width` characters, cut or padded; a null text gives nothing but the pad.
+[[gnu::always_inline]] inline bool copyText(char * target, std::size_t width, const char * source,
+                                            ZebErr * error, char pad) {
+    if (target != nullptr && width != 0 && !isUsable(target, width, modeWrite)) [[unlikely]] {
+        return reportCopy(error, CopyTrouble::targetRefused);
+    }
+    if (error != nullptr) {
+        if (source != nullptr && !isUsable(source, 1, modeRead)) {
+            return reportCopy(error, CopyTrouble::sourceRefused);
+        }
+        if (width == 0) {
+            return true;
+        }
+    }
+    if (target == nullptr && width != 0) {
+        return reportCopy(error, CopyTrouble::noTarget);
+    }
+    const std::size_t count = source != nullptr ? strnlen(source, width) : 0;
+    layText(target, width, source, count, pad);
+    // Where all of the width is text, one look behind it tells whether there was more.
+    return count < width || source == nullptr || source[width] == '\0' ||
+           reportCopy(error, CopyTrouble::truncated);
+}
+
+} // namespace zeb
+
+#endif
