@@ -14,125 +14,24 @@
 #include <memory>
 #include <optional>
 #include <random>
-#include <set>
 
 namespace {
 
-using support::FailAllocations;
-using support::PageEnd;
-using support::Recording;
-using support::textOf;
-using support::Texts;
-using Integers = std::vector<std::int32_t>;
-
-const std::string truncated = "static ZebString::copy (warning): string truncated";
-const std::string badSource = "ZebString::copy (error): source buffer error";
-const std::string badTarget = "ZebString::copy (error): target buffer error";
+using namespace support;
+using std::size_t;
+using std::string;
 
 struct Channel : ZebChl {
     ::ZBCD & record() const { return *ZBCD(); }
-    std::string image() const { return {reinterpret_cast<const char *>(&record()), 1888}; }
+    string image() const { return {reinterpret_cast<const char *>(&record()), 1888}; }
+    // All but what names the blocks behind the record: two counts, four arrays and the peer name.
+    string rest() const {
+        return with(with(with(image(), 1508, zeros(8)), 1536, zeros(32)), 1720, zeros(12));
+    }
 };
 
-using Codes = std::pair<std::int32_t, std::int32_t>; // reason, completion
-Codes codes(const ZebErr & object) {
-    return {object.reasonCode(), object.completionCode()};
-}
-
-// A field or slot that holds this text.
-std::string padded(const std::string & text, std::size_t width) {
-    return support::fitted(text, width, '\0');
-}
-
-std::string defaultImage() {
-    return Channel().image();
-}
-
-TEST(ChannelTest, WritesTheConnectionNameTwice) {
-    Recording recording;
-    for (const std::size_t length : {20U, 21U, 264U, 265U}) {
-        SCOPED_TRACE(length);
-        const std::size_t warnings = (length > 20 ? 1U : 0U) + (length > 264 ? 1U : 0U);
-        const std::string name = std::string(19, 'c') + std::string(length - 19, 'd');
-        Channel channel;
-        recording.clear();
-        EXPECT_TRUE(channel.setConnectionName(name.c_str()));
-        EXPECT_EQ(recording.texts(), Texts(warnings, truncated));
-        EXPECT_EQ(codes(channel), warnings != 0 ? Codes(6115, 1) : Codes(0, 0));
-        std::string image = defaultImage().replace(192, 20, padded(name, 20));
-        EXPECT_EQ(channel.image(), image.replace(1024, 264, padded(name, 264)));
-        EXPECT_EQ(textOf(channel.connectionName()), name.substr(0, 264));
-        EXPECT_TRUE(channel.setConnectionName(nullptr));
-        EXPECT_EQ(channel.image(), defaultImage());
-    }
-    const std::string images[] = {defaultImage(), defaultImage().replace(192, 3, "abc")};
-    for (const std::size_t check : {2U, 4U}) { // the source of either copy
-        Channel channel;
-        recording.clear();
-        recording.refuseCheck(check);
-        EXPECT_FALSE(channel.setConnectionName("abc"));
-        EXPECT_EQ(recording.texts(), Texts{badSource});
-        EXPECT_EQ(codes(channel), Codes(2145, 2));
-        EXPECT_EQ(channel.image(), images[check / 4]);
-    }
-}
-
-TEST(ChannelTest, HoldsAPeerNameOfAnyLength) {
-    Channel channel;
-    const ::ZBCD & record = channel.record();
-    const std::pair<std::string, std::string> rows[] = {
-        {std::string(300, 'p'), std::string(300, 'p')}, {"", ""}, {" CN=a  ", " CN=a"}};
-    for (const auto & [name, reads] : rows) {
-        const PageEnd text(std::string_view(name.c_str(), name.size() + 1));
-        EXPECT_TRUE(channel.setSslPeerName(text.data()));
-        EXPECT_EQ(record.sslPeerNameLength, static_cast<std::int32_t>(name.size()));
-        EXPECT_EQ(std::string(record.sslPeerNamePointer, name.size()), name);
-        EXPECT_EQ(textOf(channel.sslPeerName()), reads);
-    }
-    EXPECT_EQ(codes(channel), Codes(0, 0));
-
-    // A text that ends nowhere is refused before anything counts it.
-    const PageEnd endless(std::string_view("xyz"));
-    const std::string kept = channel.image();
-    const std::ptrdiff_t blocks = support::liveBlocks();
-    {
-        Recording recording;
-        recording.refuseAddress(endless.data());
-        EXPECT_FALSE(channel.setSslPeerName(endless.data()));
-        EXPECT_EQ(codes(channel), Codes(2145, 2));
-        recording.refuseCheck(2); // the one for writing
-        EXPECT_FALSE(channel.setSslPeerName("new"));
-        EXPECT_EQ(codes(channel), Codes(2146, 2));
-        EXPECT_EQ(recording.texts(), (Texts{badSource, badTarget}));
-    }
-    EXPECT_EQ(support::liveBlocks(), blocks);
-    EXPECT_EQ(channel.image(), kept) << "block and length are the old ones";
-    EXPECT_EQ(textOf(channel.sslPeerName()), " CN=a");
-    EXPECT_TRUE(channel.setSslPeerName(nullptr));
-    EXPECT_EQ(channel.image(), defaultImage());
-}
-
-// All of a record travels, what has no accessor as well; a pointer without an owner as a value.
-TEST(ChannelTest, CopiesTheWholeRecord) {
-    Channel source, target;
-    ::ZBCD & record = source.record();
-    std::memset(record.text32, 'x', sizeof record.text32);
-    std::memset(record.bytes1648, 0xEE, sizeof record.bytes1648);
-    record.pointer1520 = &record;
-    ASSERT_TRUE(source.setChannelName("MORE.THAN.20.CHARACTERS"));
-    const ::ZBCD * const place = &target.record();
-    target = source;
-    for (const Channel & each : {target, Channel(source)}) {
-        EXPECT_EQ(each.image(), source.image());
-        EXPECT_EQ(codes(each), Codes(6115, 1));
-    }
-    EXPECT_EQ(&target.record(), place);
-}
-
-// ---- Exit lists: every test takes both directions -----------------------------------------------
-
 struct Exit {
-    std::string name, data;
+    string name, data;
 };
 using Exits = std::vector<Exit>;
 
@@ -146,15 +45,15 @@ struct Way {
     Channel & channel;
     bool sends;
 
-    std::size_t count() const { return GET(ExitCount, ()); }
+    size_t count() const { return GET(ExitCount, ()); }
     ZebStr name() const { return GET(ExitName, ()); }
     ZebStr data() const { return GET(UserData, ()); }
-    bool names(std::size_t n, ZebStr * const s[]) const { return GET(ExitNames, (n, s)); }
-    bool data(std::size_t n, ZebStr * const s[]) const { return GET(UserData, (n, s)); }
+    bool names(size_t n, ZebStr * const s[]) const { return GET(ExitNames, (n, s)); }
+    bool data(size_t n, ZebStr * const s[]) const { return GET(UserData, (n, s)); }
     bool setName(const char * text) const { return SET(ExitName, (text)); }
     bool setData(const char * text) const { return SET(UserData, (text)); }
-    bool setNames(std::size_t n, auto array) const { return SET(ExitNames, (n, array)); }
-    bool setData(std::size_t n, auto array) const { return SET(UserData, (n, array)); }
+    bool setNames(size_t n, auto array) const { return SET(ExitNames, (n, array)); }
+    bool setData(size_t n, auto array) const { return SET(UserData, (n, array)); }
     const char * nameArray() const {
         return sends ? channel.record().sendExitNameArray : channel.record().receiveExitNameArray;
     }
@@ -166,261 +65,226 @@ struct Way {
         ASSERT_EQ(count(), exits.size());
         ASSERT_EQ(nameArray() == nullptr, exits.empty());
         ASSERT_EQ(dataArray() == nullptr, exits.empty());
-        for (std::size_t i = 0; i < exits.size(); ++i) {
-            ASSERT_EQ(std::string(nameArray() + 128 * i, 128), padded(exits[i].name, 128));
-            ASSERT_EQ(std::string(dataArray() + 32 * i, 32), padded(exits[i].data, 32));
+        for (size_t i = 0; i < exits.size(); ++i) {
+            ASSERT_EQ(string(nameArray() + 128 * i, 128), fitted(exits[i].name, 128, '\0'));
+            ASSERT_EQ(string(dataArray() + 32 * i, 32), fitted(exits[i].data, 32, '\0'));
         }
     }
 };
 
-class ExitListTest : public testing::TestWithParam<bool> {
-protected:
-    void SetUp() override {
-        const char * names[] = {"one", "two ", "three"};
-        const char * data[] = {"a", " ", "c"};
+TEST(ChannelLists, FaultsAreFoundInOrderAndChangeNothing) {
+    const char * const names[] = {"one", "two ", "three"};
+    const char * const data[] = {"a", " ", "c"};
+    for (const bool sends : {false, true}) {
+        Channel channel;
+        const Way way{channel, sends};
+        const auto fails = [&](bool result, const char * codesThen) {
+            EXPECT_FALSE(result);
+            EXPECT_EQ(codes(channel), codesThen);
+            channel.clearErrorCodes();
+        };
         ASSERT_TRUE(way.setNames(3, names) && way.setData(3, data));
+        Recording recording;
+        fails(way.setNames(2, nullptr), "2:6108");
+        fails(way.setNames(SIZE_MAX, nullptr), "2:6108");
+        fails(way.setNames(size_t{1} << 31, names), "2:2010");
+        fails(way.setNames(SIZE_MAX, names), "2:2010");
+        fails(way.setData(SIZE_MAX, nullptr), "2:2316");
+        EXPECT_TRUE(way.names(3, nullptr) && way.data(3, nullptr));
+        EXPECT_TRUE(channel.setHeaderCompression(1, nullptr) &&
+                    channel.setMessageCompression(1, nullptr));
+        EXPECT_TRUE(channel.headerCompression(3, nullptr) &&
+                    channel.messageCompression(3, nullptr));
+        EXPECT_EQ(recording.lines(), Texts{}) << "nothing is said and nothing checked";
+        EXPECT_EQ(channel.rest(), Channel().image());
+        way.expect({{"one", "a"}, {"two ", " "}, {"three", "c"}});
+        EXPECT_EQ(textOf(way.name()) + textOf(way.data()), "onea");
+        recording.refuseCheck(1);
+        EXPECT_EQ(codes(way.data()), "2:2004");
+        EXPECT_EQ(codes(channel), "2:2004");
+        EXPECT_TRUE(way.setData(3, nullptr));
+        way.expect({{"one", ""}, {"two ", ""}, {"three", ""}});
+        EXPECT_TRUE(way.setNames(0, nullptr));
+        EXPECT_EQ(textOf(way.name()) + textOf(way.data()), "");
     }
-    void TearDown() override { Way{channel, !way.sends}.expect({}); }
+}
 
+TEST(ChannelPeerName, IsCheckedBeforeItIsCounted) {
+    const PageEnd endless(std::string_view("xyz"));
     Channel channel;
-    const Way way{channel, GetParam()};
-};
-
-INSTANTIATE_TEST_SUITE_P(BothWays, ExitListTest, testing::Bool());
-
-TEST_P(ExitListTest, FindsFaultsInOrderAndChangesNothing) {
-    const Recording recording;
-    const auto fails = [&](bool result, std::int32_t reason) {
-        EXPECT_FALSE(result);
-        EXPECT_EQ(codes(channel), Codes(reason, 2));
-        channel.clearErrorCodes();
-    };
-    const char * const one[] = {"x"};
-    fails(way.setNames(2, nullptr), 6108);
-    fails(way.setNames(SIZE_MAX, nullptr), 6108);
-    fails(way.setNames(std::size_t{1} << 31, one), 2010);
-    fails(way.setNames(SIZE_MAX, one), 2010);
-    fails(way.setData(4, one), 2316);
-    fails(way.setData(SIZE_MAX, nullptr), 2316);
-    EXPECT_EQ(recording.lines(), Texts{}) << "nothing is said and nothing checked";
-    way.expect({{"one", "a"}, {"two ", " "}, {"three", "c"}});
-    EXPECT_TRUE(way.setData(0, nullptr));
-    way.expect({{"one", ""}, {"two ", ""}, {"three", ""}});
-    EXPECT_TRUE(way.setNames(0, nullptr) && way.setData(0, nullptr));
-    fails(way.setData("x"), 2316);
-    way.expect({});
-}
-
-TEST_P(ExitListTest, StopsAtARefusedEntry) {
-    const char * const names[] = {"1", "2"};
-    const Exits left[] = {{{"", ""}, {"", ""}}, {{"1", ""}, {"", ""}}, {{"1", ""}, {"2", ""}}};
     Recording recording;
-    for (std::size_t check = 1; check <= 6; ++check) { // target, source, data; and again
-        SCOPED_TRACE(check);
-        const bool isSource = check % 3 == 2;
-        EXPECT_TRUE(way.setName(nullptr));
-        recording.clear();
-        recording.refuseCheck(check);
-        EXPECT_FALSE(way.setNames(2, names));
-        EXPECT_EQ(codes(channel), Codes(isSource ? 2145 : 2146, 2));
-        Texts lines = {"check 2 128", "check 1 1", "check 2 32"};
-        lines.insert(lines.end(), {"check 2 128", "check 1 1", "check 2 32"});
-        lines.resize(check);
-        lines.push_back("text " + (isSource ? badSource : badTarget));
-        EXPECT_EQ(recording.lines(), lines);
-        way.expect(left[check / 3]);
-    }
-    EXPECT_TRUE(way.setNames(2, names));
-    const char * const data[] = {"x", "y"};
-    recording.refuseAddress(data[1]);
-    EXPECT_FALSE(way.setData(2, data));
-    way.expect({{"1", "x"}, {"2", ""}});
-}
-
-TEST_P(ExitListTest, ReadsWhatStandsInTheSlots) {
-    ZebStr strings[5] = {"old", "old", "old", "old", "old"};
-    ZebStr * pointers[] = {&strings[0], nullptr, &strings[2], &strings[3], nullptr};
-    const auto reads = [&](bool result, const Texts & texts) {
-        EXPECT_TRUE(result);
-        for (std::size_t i = 0; i < 5; ++i) {
-            EXPECT_EQ(textOf(strings[i]), texts[i]);
-        }
-    };
-    reads(way.names(0, pointers) && way.data(3, nullptr), {"old", "old", "old", "old", "old"});
-    reads(way.names(1, pointers), {"one", "old", "old", "old", "old"});
-    reads(way.data(5, pointers), {"a", "old", "c", "", "old"});
-    pointers[1] = &strings[1];
-    reads(way.names(4, pointers), {"one", "two ", "three", "", "old"});
-    EXPECT_EQ(textOf(way.name()) + textOf(way.data()), "onea");
-    EXPECT_EQ(codes(channel), Codes(0, 0));
-
-    Recording recording;
-    recording.refuseCheck(2);
-    reads(!way.data(4, pointers), {"a", "two ", "c", "", "old"});
-    EXPECT_EQ(codes(channel), Codes(2004, 2));
-    recording.refuseCheck(1);
-    EXPECT_EQ(codes(way.data()), Codes(2004, 2));
-    EXPECT_EQ(codes(channel), Codes(2004, 2));
-}
-
-// ---- Compression lists --------------------------------------------------------------------------
-
-// One list, with `given` entries of memory of its own for the caller's.
-void walkCompression(bool isHeader, std::size_t given, std::size_t ending) {
-    const std::size_t capacity = isHeader ? 2 : 16, taken = std::min(given, capacity);
-    Channel channel;
-    const auto write = [&](std::size_t count, const std::int32_t * list) {
-        ASSERT_TRUE(isHeader ? channel.setHeaderCompression(count, list)
-                             : channel.setMessageCompression(count, list));
-    };
-    const auto read = [&](std::size_t count, std::int32_t * list) {
-        ASSERT_TRUE(isHeader ? channel.headerCompression(count, list)
-                             : channel.messageCompression(count, list));
-    };
-    Integers values(20, 77);
-    values[ending] = -1;
-    const PageEnd memory(given * 4);
-    auto * const entries = reinterpret_cast<std::int32_t *>(memory.data());
-    std::copy_n(values.begin(), given, entries);
-    std::string image = defaultImage();
-    for (std::size_t i = 0; i < taken; ++i) {
-        image = support::with(image, (isHeader ? 1792 : 1800) + 4 * i, support::word(values[i]));
-    }
-    write(16, Integers(16, 5).data());
-    write(given, entries);
-    ASSERT_EQ(channel.image(), image);
-    ASSERT_EQ(isHeader ? channel.headerCompressionCount() : channel.messageCompressionCount(),
-              std::min(taken, ending));
-    std::fill_n(entries, given, 99);
-    read(given, entries);
-    std::fill(values.begin() + static_cast<std::ptrdiff_t>(taken), values.end(), 99);
-    ASSERT_TRUE(std::equal(entries, entries + given, values.begin()));
-    write(given + 1, nullptr);
-    read(given, nullptr);
-    ASSERT_EQ(channel.image(), image);
-    write(0, nullptr);
-    ASSERT_EQ(channel.image(), defaultImage());
-}
-
-TEST(CompressionTest, StaysWithinItsListAndTheCallers) {
-    for (std::size_t at = 0; at < 2 * 21 * 18; ++at) {
-        SCOPED_TRACE(at);
-        ASSERT_NO_FATAL_FAILURE(walkCompression(at % 2 == 0, at / 2 % 21, at / 42));
-    }
+    recording.refuseAddress(endless.data());
+    EXPECT_FALSE(channel.setSslPeerName(endless.data()));
+    EXPECT_EQ(codes(channel), "2:2145");
+    EXPECT_EQ(channel.image(), Channel().image());
 }
 
 // ---- Random walk --------------------------------------------------------------------------------
 
-enum class Outcome { no, yes, thrown };
-using Entry = std::optional<std::string>;
+using Entry = std::optional<string>;
 using Entries = std::vector<Entry>;
+
+// What goes wrong in a step, counted from 1, and the calls that it is to make.
+struct Step {
+    size_t failedBlock = 0, refusedCheck = 0;
+    Texts lines = {};
+} step;
+
+void takeBlock() {
+    if (step.failedBlock != 0 && --step.failedBlock == 0) {
+        throw std::bad_alloc();
+    }
+}
+
+bool mayUse(int mode, size_t length) {
+    step.lines.push_back("check " + std::to_string(mode) + ' ' + std::to_string(length));
+    return step.refusedCheck == 0 || --step.refusedCheck != 0;
+}
+
+void obtain(Exits & list, size_t count) {
+    list.clear();
+    if (count != 0) {
+        takeBlock();
+        takeBlock();
+    }
+    list.resize(count);
+}
 
 // A channel in plain terms. The receive list comes first, as in every order of steps.
 struct Model {
     std::array<Exits, 2> lists;
     Entry peer;
-    Codes codes{0, 0};
-};
+    string connectionHead = zeros(20), connection = zeros(264);
+    std::array<string, 2> compression = {string(8, '\xFF'), string(64, '\xFF')};
+    string rest, codes = "0:0"; // all other bytes of the record
 
-struct World {
-    std::size_t failAt = 0;
-    Texts trace;
-
-    bool hasBlock() { return failAt == 0 || --failAt != 0; }
-
-    static Outcome fail(Model & model, std::int32_t reason) {
-        model.codes = {reason, 2};
-        return Outcome::no;
-    }
-    std::string cut(Model & model, const Entry & text, std::size_t width) {
-        if (text.value_or("").size() > width) {
-            model.codes = {6115, 1};
-            trace.push_back(truncated);
+    bool fail(const char * newCodes, const char * text = nullptr) {
+        codes = newCodes;
+        if (text != nullptr) {
+            step.lines.push_back(string("text ") + text);
         }
-        return text.value_or("").substr(0, width);
+        return false;
     }
-    bool obtain(Exits & list, std::size_t count) {
-        list.clear();
-        const bool isThere = count == 0 || (hasBlock() && hasBlock());
-        list.resize(isThere ? count : 0);
-        return isThere;
+    bool copy(string & field, const Entry & text, size_t width) {
+        if (width != 0 && !mayUse(2, width)) {
+            return fail("2:2146", "ZebString::copy (error): target buffer error");
+        }
+        if (text && !mayUse(1, 1)) {
+            return fail("2:2145", "ZebString::copy (error): source buffer error");
+        }
+        if (width != 0 && text.value_or("").size() > width) {
+            fail("1:6115", "static ZebString::copy (warning): string truncated");
+        }
+        field = fitted(text.value_or(""), width, '\0');
+        return true;
     }
-    Outcome setNames(Model & model, Exits & list, const Entries & names) {
+    bool setNames(Exits & list, const Entries & names) {
         for (const Entry & name : names) {
             if (!name || name->empty()) {
-                return fail(model, name ? 2010 : 6108);
+                return fail(name ? "2:2010" : "2:6108");
             }
         }
-        if (names.size() != list.size() && !obtain(list, names.size())) {
-            return Outcome::thrown;
+        if (names.size() != list.size()) {
+            obtain(list, names.size());
         }
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            list[i] = {cut(model, names[i], 128), ""};
+        for (size_t i = 0; i < names.size(); ++i) {
+            if (!copy(list[i].name, names[i], 128) || !copy(list[i].data, {}, 32)) {
+                return false;
+            }
         }
-        return Outcome::yes;
+        return true;
     }
-    Outcome setData(Model & model, Exits & list, const Entries & data) {
+    bool setData(Exits & list, Entries data) {
         if (data.size() > list.size()) {
-            return fail(model, 2316);
+            return fail("2:2316");
         }
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            list[i].data = i < data.size() ? cut(model, data[i], 32) : "";
-        }
-        return Outcome::yes;
-    }
-    Outcome setPeer(Model & model, const Entry & peer) {
-        if (peer && !hasBlock()) {
-            return Outcome::thrown;
-        }
-        model.peer = peer;
-        return Outcome::yes;
-    }
-    Outcome assign(Model & model, const Model & source) {
-        if (&model == &source) {
-            return Outcome::yes;
-        }
-        model = Model();
-        model.codes = source.codes;
-        for (const std::size_t side : {0U, 1U}) {
-            if (!obtain(model.lists[side], source.lists[side].size())) {
-                return Outcome::thrown;
+        data.resize(list.size());
+        for (size_t i = 0; i < list.size(); ++i) {
+            if (!copy(list[i].data, data[i], 32)) {
+                return false;
             }
-            model.lists[side] = source.lists[side];
         }
-        return setPeer(model, source.peer);
+        return true;
     }
-    Outcome copy(Model & model, const Model & source) {
-        Model made; // two blocks more: the object and its record
-        const bool isThere = hasBlock() && hasBlock();
-        const Outcome outcome = isThere ? assign(made, source) : Outcome::thrown;
-        if (outcome == Outcome::yes) {
-            model = made;
+    // Fills the strings that are there; those behind the list become empty.
+    bool read(const Exits & list, string Exit::*part, size_t width, Entries & strings) {
+        bool isRead = true;
+        for (size_t i = 0; i < strings.size(); ++i) {
+            if (strings[i] && i < list.size() && !mayUse(1, width)) {
+                isRead = fail("2:2004", "ZebError::checkReadPointer (error): buffer error");
+            } else if (strings[i]) {
+                strings[i] = i < list.size() ? (list[i].*part).c_str() : "";
+            }
         }
-        return outcome;
+        return isRead;
+    }
+    bool setPeer(const Entry & name) {
+        if (string block; name) {
+            if (!copy(block, name, 0)) {
+                return false;
+            }
+            takeBlock();
+            if (!copy(block, name, name->size())) {
+                return false;
+            }
+        }
+        peer = name;
+        return true;
+    }
+    bool assign(const Model & source) {
+        if (this == &source) {
+            return true;
+        }
+        *this = source; // and then without what there is no storage for
+        lists = {};
+        peer.reset();
+        for (const size_t side : {0U, 1U}) {
+            obtain(lists[side], source.lists[side].size());
+            lists[side] = source.lists[side];
+        }
+        if (source.peer) {
+            takeBlock();
+        }
+        peer = source.peer;
+        return true;
     }
 };
+
+std::optional<bool> outcomeOf(const std::function<bool()> & operation) {
+    try {
+        return operation();
+    } catch (const std::bad_alloc &) {
+        return {};
+    }
+}
 
 class Walk {
 public:
     explicit Walk(unsigned seed) : random_(seed) {
-        for (auto & channel : channels_) {
-            channel = std::make_unique<Channel>();
+        for (size_t at = 0; at < channels_.size(); ++at) {
+            channels_[at] = std::make_unique<Channel>();
+            // What has no accessor travels as well, and a pointer without an owner as a value.
+            ::ZBCD & record = channels_[at]->record();
+            std::memset(record.text32, static_cast<int>('x' + at), sizeof record.text32);
+            std::memset(record.bytes1648, static_cast<int>('X' + at), sizeof record.bytes1648);
+            record.pointer1520 = &record;
+            models_[at].rest = channels_[at]->rest();
         }
     }
 
-    void step() {
-        World world{.failAt = pick(3) == 0 ? 1 + pick(7) : 0, .trace = {}};
-        const std::size_t at = pick(3), from = pick(3), side = pick(2);
+    void go() {
+        step = {.refusedCheck = pick(4) == 0 ? 1 + pick(8) : 0};
+        const size_t at = pick(3), from = pick(3), side = pick(2);
         Channel & channel = *channels_[at];
         Model & model = models_[at];
         Exits & list = model.lists[side];
         const Way way{channel, side == 1};
         const Entries entries = randomEntries();
-        const std::size_t count = entries.size();
+        const size_t count = entries.size();
         std::vector<ZebStr> strings(count);
         std::vector<const char *> texts(count + 1); // ends in a null
-        std::vector<const ZebStr *> pointers(count);
-        for (std::size_t i = 0; i < count; ++i) {
+        std::vector<ZebStr *> pointers(count);
+        for (size_t i = 0; i < count; ++i) {
             texts[i] = entries[i] ? entries[i]->c_str() : nullptr;
             strings[i] = texts[i];
             pointers[i] = entries[i] ? &strings[i] : nullptr;
@@ -428,37 +292,79 @@ public:
         const char * const text = texts[0];
         const Entry first = text != nullptr ? entries[0] : Entry();
         const Entries only = text != nullptr && *text != '\0' ? Entries{first} : Entries();
+        Entries read = entries;      // what the strings hold in the end
+        Entries asStrings = entries; // an empty string has no text
+        std::replace(asStrings.begin(), asStrings.end(), Entry(""), Entry());
         std::unique_ptr<Channel> copy;
-        const auto names = [&] { return world.setNames(model, list, entries); };
-        const auto data = [&] { return world.setData(model, list, entries); };
+
+        // A caller's list of compressions, which ends with its memory.
+        const size_t length = pick(20);
+        string & slots = model.compression[side];
+        const size_t taken = 4 * std::min(length, slots.size() / 4);
+        const PageEnd memory(4 * length);
+        auto * const values =
+            length != 0 ? reinterpret_cast<std::int32_t *>(memory.data()) : nullptr;
+        std::generate_n(values, length, [&] { return static_cast<std::int32_t>(pick(9)) - 1; });
+        string held(memory.data(), memory.size());
+
+        const auto names = [&] { return model.setNames(list, entries); };
         const struct {
-            std::function<bool()> real;
-            std::function<Outcome()> plain;
+            std::function<bool()> real, plain;
         } operations[] = {
+            {[&] { return way.names(count, pointers.data()); },
+             [&] { return model.read(list, &Exit::name, 128, read); }},
+            {[&] { return way.data(count, pointers.data()); },
+             [&] { return model.read(list, &Exit::data, 32, read); }},
             {[&] { return way.setNames(count, texts.data()); }, names},
             {[&] { return way.setNames(count, pointers.data()); }, names},
-            {[&] { return way.setName(text); }, [&] { return world.setNames(model, list, only); }},
-            {[&] { return way.setData(count, texts.data()); }, data},
-            {[&] { return way.setData(count, pointers.data()); }, data},
-            {[&] { return way.setData(text); },
-             [&] { return world.setData(model, list, {first}); }},
-            {[&] { return channel.setSslPeerName(text); },
-             [&] { return world.setPeer(model, first); }},
+            {[&] { return way.setName(text); }, [&] { return model.setNames(list, only); }},
+            {[&] { return way.setData(count, texts.data()); },
+             [&] { return model.setData(list, entries); }},
+            {[&] { return way.setData(count, pointers.data()); },
+             [&] { return model.setData(list, asStrings); }},
+            {[&] { return way.setData(text); }, [&] { return model.setData(list, {first}); }},
+            {[&] { return channel.setSslPeerName(text); }, [&] { return model.setPeer(first); }},
+            {[&] { return channel.setConnectionName(text); },
+             [&] {
+                 return model.copy(model.connectionHead, first, 20) &&
+                        model.copy(model.connection, first, 264);
+             }},
+            {[&] {
+                 return side == 0 ? channel.setHeaderCompression(length, values)
+                                  : channel.setMessageCompression(length, values);
+             },
+             [&] { return slots = fitted(held.substr(0, taken), slots.size(), '\xFF'), true; }},
+            {[&] {
+                 return side == 0 ? channel.headerCompression(length, values)
+                                  : channel.messageCompression(length, values);
+             },
+             [&] { return held.replace(0, taken, slots, 0, taken), true; }},
             {[&] { return channel = *channels_[from], true; },
-             [&] { return world.assign(model, models_[from]); }},
+             [&] { return model.assign(models_[from]); }},
             {[&] { return copy.reset(new Channel(*channels_[from])), true; },
-             [&] { return world.copy(model, models_[from]); }},
+             [&] {
+                 takeBlock(); // for the object, and for its record
+                 takeBlock();
+                 Model made;
+                 made.assign(models_[from]);
+                 return model = made, true;
+             }},
         };
-        const auto & operation = operations[pick(std::size(operations))];
-        Outcome outcome = Outcome::thrown;
-        const Recording recording;
-        try {
-            const FailAllocations guard(world.failAt);
-            outcome = operation.real() ? Outcome::yes : Outcome::no;
-        } catch (const std::bad_alloc &) {
+        const size_t which = pick(std::size(operations));
+        // Readers give strings, which see to their storage on their own.
+        step.failedBlock = which > 1 && pick(3) == 0 ? 1 + pick(7) : 0;
+        Recording recording;
+        recording.refuseCheck(step.refusedCheck);
+        FailAllocations guard(step.failedBlock);
+        const std::optional<bool> outcome = outcomeOf(operations[which].real);
+        guard.stop();
+        recording.refuseCheck(0);
+        ASSERT_EQ(outcome, outcomeOf(operations[which].plain));
+        ASSERT_EQ(recording.lines(), step.lines);
+        ASSERT_EQ(string(memory.data(), memory.size()), held);
+        for (size_t i = 0; i < count; ++i) {
+            ASSERT_EQ(textOf(strings[i]), read[i].value_or(""));
         }
-        ASSERT_EQ(outcome, operation.plain());
-        ASSERT_EQ(recording.texts(), world.trace);
         if (copy != nullptr) {
             channels_[at] = std::move(copy);
         }
@@ -466,41 +372,51 @@ public:
     }
 
 private:
-    std::size_t pick(std::size_t below) { return random_() % below; }
+    size_t pick(size_t below) { return random_() % below; }
 
     Entries randomEntries() {
-        static constexpr std::size_t lengths[] = {0, 1, 3, 31, 32, 33, 127, 128, 129, 300};
+        static constexpr size_t lengths[] = {0,  1,   3,   20,  21,  31,  32,
+                                             33, 127, 128, 129, 264, 265, 300};
         Entries entries(pick(5));
         const bool isSound = pick(3) != 0;
         for (Entry & entry : entries) {
             if (isSound || pick(4) != 0) {
-                const std::size_t length = lengths[isSound ? 1 + pick(9) : pick(10)];
-                entry = std::string(length, static_cast<char>('a' + pick(26)));
+                entry = string(lengths[isSound ? 1 + pick(13) : pick(14)], ' ');
+                const size_t letters = entry->size() - std::min(entry->size(), pick(3));
+                std::generate_n(entry->begin(), letters, [&] { return 'a' + pick(26); });
             }
         }
         return entries;
     }
 
-    // Every channel is what its model says, and each block has one owner.
+    // Every channel is what its model says; a block with two owners would be released twice.
     void check() {
-        std::multiset<const void *> blocks;
-        for (std::size_t at = 0; at < channels_.size(); ++at) {
+        const auto stripped = [](const string & text) {
+            return string(text.c_str()).substr(0, text.find_last_not_of(string(" \0", 2)) + 1);
+        };
+        const auto compressions = [](const string & slots) {
+            return std::min(slots.find("\xFF\xFF\xFF\xFF"), slots.size()) / 4;
+        };
+        for (size_t at = 0; at < channels_.size(); ++at) {
+            Channel & channel = *channels_[at];
             const Model & model = models_[at];
-            const ::ZBCD & record = channels_[at]->record();
-            ASSERT_EQ(codes(*channels_[at]), model.codes);
-            for (const std::size_t side : {0U, 1U}) {
-                const Way way{*channels_[at], side == 1};
-                ASSERT_NO_FATAL_FAILURE(way.expect(model.lists[side]));
-                blocks.insert({way.nameArray(), way.dataArray()});
+            const ::ZBCD & record = channel.record();
+            ASSERT_EQ(codes(channel), model.codes);
+            const string rest = with(model.rest, 192, model.connectionHead);
+            ASSERT_EQ(channel.rest(), with(with(rest, 1024, model.connection), 1792,
+                                           model.compression[0] + model.compression[1]));
+            ASSERT_EQ(textOf(channel.connectionName()), stripped(model.connection));
+            ASSERT_EQ(channel.headerCompressionCount(), compressions(model.compression[0]));
+            ASSERT_EQ(channel.messageCompressionCount(), compressions(model.compression[1]));
+            for (const size_t side : {0U, 1U}) {
+                ASSERT_NO_FATAL_FAILURE((Way{channel, side == 1}.expect(model.lists[side])));
             }
-            const std::string peer = model.peer.value_or("");
+            const string peer = model.peer.value_or("");
             ASSERT_EQ(record.sslPeerNamePointer != nullptr, model.peer.has_value());
             ASSERT_EQ(record.sslPeerNameLength, static_cast<std::int32_t>(peer.size()));
-            ASSERT_TRUE(!model.peer || std::string(record.sslPeerNamePointer, peer.size()) == peer);
-            blocks.insert(record.sslPeerNamePointer);
+            ASSERT_TRUE(!model.peer || string(record.sslPeerNamePointer, peer.size()) == peer);
+            ASSERT_EQ(textOf(channel.sslPeerName()), stripped(peer));
         }
-        blocks.erase(nullptr);
-        ASSERT_EQ(blocks.size(), std::set<const void *>(blocks.begin(), blocks.end()).size());
     }
 
     std::mt19937 random_;
@@ -514,13 +430,15 @@ TEST(ChannelWalk, FollowsTheModelWhateverFails) {
         SCOPED_TRACE(seed);
         std::ptrdiff_t before = 0;
         for (const int steps : {1, 500}) {
-            before = support::liveBlocks();
+            step = Step();
+            before = liveBlocks();
             Walk walk(seed);
-            for (int step = 0; step < steps && !HasFatalFailure(); ++step) {
-                walk.step();
+            for (int done = 0; done < steps && !HasFatalFailure(); ++done) {
+                walk.go();
             }
         }
-        ASSERT_EQ(support::liveBlocks(), before);
+        step = Step();
+        ASSERT_EQ(liveBlocks(), before);
     }
 }
 

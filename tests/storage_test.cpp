@@ -82,48 +82,45 @@ struct World {
 // Parts that can change or be lost each for itself, as they look from outside.
 using Image = std::vector<std::string>;
 
-template <class Record> std::string bytesOf(const Record & record) {
-    return {reinterpret_cast<const char *>(&record), sizeof record};
-}
-
 Image imageOf(const World & w) {
     Image image;
+    const auto add = [&image](bool valid, const char * bytes, std::size_t size) {
+        check(valid, "invalid", "state");
+        image.emplace_back(bytes, bytes + (valid ? size : 0));
+        check(VALGRIND_CHECK_MEM_IS_DEFINED(image.back().data(), image.back().size()) == 0,
+              "undefined", "bytes");
+    };
     for (const ZebCac * cache :
-         {&w.cache, static_cast<const ZebCac *>(&w.message), static_cast<const ZebCac *>(&w.letter),
-          static_cast<const ZebCac *>(&w.written)}) {
-        const bool valid = cache->dataOffset() <= cache->messageLength() &&
-                           cache->messageLength() <= cache->bufferLength() &&
-                           (cache->bufferPointer() == nullptr) == (cache->bufferLength() == 0);
-        image.push_back(!valid ? "invalid"
-                               : std::string(cache->bufferPointer(),
-                                             cache->bufferPointer() + cache->messageLength()));
+         std::initializer_list<const ZebCac *>{&w.cache, &w.message, &w.letter, &w.written}) {
+        add(cache->dataOffset() <= cache->messageLength() &&
+                cache->messageLength() <= cache->bufferLength() &&
+                (cache->bufferPointer() == nullptr) == (cache->bufferLength() == 0),
+            cache->bufferPointer(), cache->messageLength());
     }
-    image.push_back(bytesOf(w.message.descriptor()));
+    add(true, reinterpret_cast<const char *>(&w.message.descriptor()), sizeof(ZBMD));
     const ZebStr texts[] = {w.text, w.token, w.reference.sourceName(),
                             w.reference.destinationName()};
     for (const ZebStr & text : texts) {
-        const bool valid = (text.text() == nullptr) == (text.storage() == 0) &&
-                           (text.text() == nullptr || text.length() < text.storage());
-        image.push_back(!valid ? "invalid" : text.length() == 0 ? "" : text.text());
+        add((text.text() == nullptr) == (text.storage() == 0) &&
+                (text.text() == nullptr || text.length() < text.storage()),
+            text.text(), text.length());
     }
-    const auto * data = static_cast<const char *>(w.bytes.dataPointer());
-    image.emplace_back(data, data + w.bytes.dataLength());
+    add(true, static_cast<const char *>(w.bytes.dataPointer()), w.bytes.dataLength());
     image.emplace_back(std::to_string(w.reference.tailWord1()) +
                        std::to_string(w.bridge.version()));
     const ::ZBCD & record = w.channel.record();
-    const auto list = [&](const char * array, std::int32_t count, std::int32_t width) {
-        image.push_back((count == 0) != (array == nullptr)
-                            ? "invalid"
-                            : std::string(array, array + count * width));
+    const struct {
+        const char * array;
+        std::int32_t count, width;
+    } lists[] = {
+        {record.sendExitNameArray, record.sendExitCount, record.exitNameLength},
+        {record.sendUserDataArray, record.sendExitCount, record.exitUserDataLength},
+        {record.receiveExitNameArray, record.receiveExitCount, record.exitNameLength},
+        {record.receiveUserDataArray, record.receiveExitCount, record.exitUserDataLength},
+        {record.sslPeerNamePointer, record.sslPeerNameLength, 1},
     };
-    list(record.sendExitNameArray, record.sendExitCount, record.exitNameLength);
-    list(record.sendUserDataArray, record.sendExitCount, record.exitUserDataLength);
-    list(record.receiveExitNameArray, record.receiveExitCount, record.exitNameLength);
-    list(record.receiveUserDataArray, record.receiveExitCount, record.exitUserDataLength);
-    list(record.sslPeerNamePointer, record.sslPeerNameLength, 1);
-    for (const std::string & part : image) {
-        check(part != "invalid", "invalid", "state");
-        check(VALGRIND_CHECK_MEM_IS_DEFINED(part.data(), part.size()) == 0, "undefined", "bytes");
+    for (const auto & [array, entries, width] : lists) {
+        add((entries == 0) == (array == nullptr), array, std::size_t(entries) * std::size_t(width));
     }
     return image;
 }
@@ -252,16 +249,14 @@ struct Trial {
 // of its own are released where they were obtained: out of the count.
 Trial tryOnce(const Operation & operation, std::size_t n, FailAllocations::Extent extent) {
     Trial trial;
-    const auto look = [](const World & seen, Image * image) {
+    Image last;
+    const auto look = [](const World & seen, Image & image) {
         const OwnAllocations own;
-        Image parts = imageOf(seen);
-        if (image != nullptr) {
-            image->swap(parts);
-        }
+        image = imageOf(seen);
     };
     const std::ptrdiff_t live = support::liveBlocks();
     auto world = std::make_unique<World>();
-    look(*world, &trial.before);
+    look(*world, trial.before);
     {
         FailAllocations guard(n, extent);
         try {
@@ -270,9 +265,9 @@ Trial tryOnce(const Operation & operation, std::size_t n, FailAllocations::Exten
         }
         trial.failed = guard.failed();
     }
-    look(*world, &trial.after);
+    look(*world, trial.after);
     operation.run(*world); // everything is of use again
-    look(*world, nullptr);
+    look(*world, last);
     world.reset();
     ZebStrCleanUp();
     const bool balanced = support::liveBlocks() == live; // ahead of the strings of the check
@@ -310,35 +305,23 @@ std::string row(const Operation & operation) {
            columns[0] + " | " + columns[1] + " |\n";
 }
 
-constexpr const char * introduction =
-    R"(# When storage can't be had
-
-Each public operation that allocates, run with its first allocation failing, then its second, and so
-on until it completes: once with that allocation alone failing, and once with all that follow failing
-as well. The outcomes stand in this order. `true` and `false` are the result of an operation, or
-whether the result object of a constructor, reader or operator is free of codes; then come the codes
-of that object. The program that writes this table, `tests/storage_test.cpp`, also sees to it that
-nothing is lost beyond what the headers tell, that every object is valid and of use afterwards, and
-that no block is lost or released twice.
-
-| Operation | Allocations | One fails | All from there on fail |
-|---|---|---|---|
-)";
-
 }
 
 int main(int count, char ** arguments) {
-    std::string table = introduction;
+    const std::string ruler = "|---|---|---|---|\n";
+    std::string table = ruler;
     for (const Operation & operation : operations) {
         table += row(operation);
     }
     const std::string file = arguments[count - 1];
+    std::ifstream stream(file);
+    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    const std::string head = text.substr(0, text.find(ruler));
     if (count == 3) {
-        std::ofstream(file) << table;
+        std::ofstream(file) << head << table;
     } else {
-        std::ifstream stream(file);
-        const std::string text(std::istreambuf_iterator<char>(stream), {});
-        check(text == table, "not the table of this run; storage_test --write writes it", file);
+        check(text == head + table, "not the table of this run; storage_test --write writes it",
+              file);
     }
     return faults == 0 ? 0 : 1;
 }

@@ -256,11 +256,11 @@ bool ZebStr::pasteIn(const void * bytes, std::size_t length) {
 }
 
 bool ZebStr::copy(char * target, std::size_t width, const char * source, ZebErr & error, char pad) {
-    return zeb::copyText(target, width, source, &error, pad);
+    return zeb::copyText<zeb::WidthKind::variable>(target, width, source, &error, pad);
 }
 
 bool ZebStr::copy(char * target, std::size_t width, const char * source, char pad) {
-    return zeb::copyText(target, width, source, nullptr, pad);
+    return zeb::copyText<zeb::WidthKind::variable>(target, width, source, nullptr, pad);
 }
 
 bool ZebStr::copyOut(char * target, std::size_t width, char pad) {

@@ -35,7 +35,7 @@ template <std::size_t Width> ZebStr strippedFieldText(const char (&field)[Width]
 }
 /// Fills the field with a text, cut or padded; a null text fills it with the pad.
 template <std::size_t Width> void setFieldText(char (&field)[Width], const char * text, char pad) {
-    copyText(field, Width, text, nullptr, pad);
+    copyText<WidthKind::known>(field, Width, text, nullptr, pad);
 }
 template <std::size_t Width> ZebBin fieldBytes(const unsigned char (&field)[Width]) {
     return fieldBytes(field, Width);

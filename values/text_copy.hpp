@@ -19,18 +19,25 @@ enum class CopyTrouble : std::uint8_t { targetRefused, sourceRefused, noTarget, 
 /// counts as made.
 [[gnu::cold, gnu::noinline]] bool reportCopy(ZebErr * error, CopyTrouble trouble);
 
+/// Whether the compiler knows the width of a target.
+enum class WidthKind : bool { known, variable };
+
 /// Lays `count` characters of the text into the target and pads it to its width.
+template <WidthKind kind>
 [[gnu::always_inline]] inline void layText(char * target, std::size_t width, const char * source,
                                            std::size_t count, char pad) {
-    // A width known here is filled by a few stores, which takes less than the call for the rest.
-    const auto distance =
-        reinterpret_cast<std::uintptr_t>(source) - reinterpret_cast<std::uintptr_t>(target) + width;
-    if (__builtin_constant_p(width) && distance >= 2 * width) {
-        std::memset(target, pad, width);
-        if (count != 0) {
-            std::memcpy(target, source, count);
+    if constexpr (kind == WidthKind::known) {
+        // Filling all of it takes a few stores, less than a call to fill the rest. But the text may
+        // lie there itself.
+        const auto distance = reinterpret_cast<std::uintptr_t>(source) -
+                              reinterpret_cast<std::uintptr_t>(target) + width;
+        if (distance >= 2 * width) {
+            std::memset(target, pad, width);
+            if (count != 0) {
+                std::memcpy(target, source, count);
+            }
+            return;
         }
-        return;
     }
     if (count != 0) {
         std::memmove(target, source, count);
@@ -41,6 +48,7 @@ enum class CopyTrouble : std::uint8_t { targetRefused, sourceRefused, noTarget, 
 }
 
 /// Copies a text into `width` characters, cut or padded; a null text gives nothing but the pad.
+template <WidthKind kind>
 [[gnu::always_inline]] inline bool copyText(char * target, std::size_t width, const char * source,
                                             ZebErr * error, char pad) {
     if (target != nullptr && width != 0 && !isUsable(target, width, modeWrite)) [[unlikely]] {
@@ -58,7 +66,7 @@ enum class CopyTrouble : std::uint8_t { targetRefused, sourceRefused, noTarget, 
         return reportCopy(error, CopyTrouble::noTarget);
     }
     const std::size_t count = source != nullptr ? strnlen(source, width) : 0;
-    layText(target, width, source, count, pad);
+    layText<kind>(target, width, source, count, pad);
     // Where all of the width is text, one look behind it tells whether there was more.
     return count < width || source == nullptr || source[width] == '\0' ||
            reportCopy(error, CopyTrouble::truncated);
