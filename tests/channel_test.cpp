@@ -1,4 +1,5 @@
 #include "ZebChl.hpp"
+#include "ZebTrc.hpp"
 
 #include "support/checks.hpp"
 #include "support/failing_allocation.hpp"
@@ -425,6 +426,7 @@ private:
 };
 
 TEST(ChannelWalk, FollowsTheModelWhateverFails) {
+    ZebTrc::traceMessage("the thread is set up before");
     for (unsigned seed = 1; seed <= 20; ++seed) {
         // The walk's own traces make the test library keep blocks: a first look goes before.
         SCOPED_TRACE(seed);

@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -82,20 +81,4 @@ TEST(GetProcAddress, FindsTheModulesOwnNamesAlone) {
     }
     // This program has one of the same name.
     EXPECT_EQ(moduleOf(reinterpret_cast<void *>(GetProcAddress(library, "DllMain"))), library);
-}
-
-TEST(CriticalSection, IsEnteredAgainByItsThreadAlone) {
-    CRITICAL_SECTION section;
-    InitializeCriticalSection(&section);
-    EnterCriticalSection(&section);
-    EnterCriticalSection(&section);
-    for (const bool isFree : {false, true}) {
-        LeaveCriticalSection(&section);
-        std::thread([&] {
-            EXPECT_EQ(pthread_mutex_trylock(&section) == 0, isFree);
-            LeaveCriticalSection(&section); // of no effect on what others hold
-        }).join();
-    }
-    DeleteCriticalSection(&section);
-    EnterCriticalSection(&section); // comes back
 }

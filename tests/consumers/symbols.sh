@@ -53,6 +53,8 @@ for name in zebbase zbcommon; do
     readelf -d "$lib/lib$name.so" > dynamic.txt
     grep -q "SONAME.*\[lib$name.so.$ABI\]" dynamic.txt || echo "$name: SONAME"
     grep -q 'RUNPATH.*\[$ORIGIN\]' dynamic.txt || echo "$name: RUNPATH"
+    # The fault handler must not be unloaded from under the process.
+    [ $name = zebbase ] || grep -qw NODELETE dynamic.txt || echo "$name: NODELETE"
 done | complain "wrong in the dynamic section"
 
 cat complaints.txt

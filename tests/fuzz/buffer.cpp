@@ -9,17 +9,11 @@ namespace {
 
 constexpr std::size_t reachable = 1 << 20; // more than that no allocator here grants
 
-struct Model {
+struct Model : Codes {
     std::string buffer; // as long as the buffer; what was never written is zero
     std::size_t length = 0, offset = 0;
     bool automatic = true;
-    std::int32_t reason = 0, completion = 0;
 
-    bool report(std::int32_t why, std::int32_t how = ZBCC_FAILED) {
-        reason = why;
-        completion = how;
-        return how != ZBCC_FAILED;
-    }
     bool resize(std::size_t size) {
         if (!automatic) {
             return report(ZBRC_BUFFER_NOT_AUTOMATIC);
@@ -80,8 +74,7 @@ struct Model {
         return write(record) && write(body);
     }
     void assign(const Model & source) {
-        reason = source.reason;
-        completion = source.completion;
+        Codes::operator=(source);
         if (buffer.size() < source.length && automatic) {
             resize(source.length);
         }
@@ -99,22 +92,9 @@ struct Model {
                cache.messageLength() == length && cache.dataOffset() == offset &&
                cache.dataLength() == length - offset && (start == nullptr) == buffer.empty() &&
                cache.dataPointer() == (start == nullptr ? nullptr : start + offset) &&
-               (length == 0 || std::memcmp(start, buffer.data(), length) == 0) &&
-               cache.reasonCode() == reason && cache.completionCode() == completion;
+               (length == 0 || std::memcmp(start, buffer.data(), length) == 0) && areThoseOf(cache);
     }
 };
-
-// Reads so many bytes with both, and holds what came against each other.
-bool read(ZebCac & cache, Model & model, std::size_t size) {
-    const bool enough = size <= model.length - model.offset;
-    const std::string expected = enough ? model.buffer.substr(model.offset, size) : std::string();
-    const auto target = exactBlock(expected);
-    char * pointer = target.get();
-    CHECK(cache.read(size, pointer) == (enough || model.report(ZBRC_INSUFFICIENT_DATA)));
-    CHECK(std::memcmp(target.get(), expected.data(), expected.size()) == 0);
-    model.offset += expected.size();
-    return true;
-}
 
 }
 
@@ -128,9 +108,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
         ZebMsg & cache = caches[operation >> 7];
         Model & model = models[operation >> 7];
         // The last sixteen sizes stand for those from the highest down.
-        std::size_t n = input.byte();
-        n = n < 240 ? n : n - 256;
-        const bool small = n < 256;
+        const std::size_t given = input.byte();
+        const bool small = given < 240;
+        const std::size_t n = small ? given : SIZE_MAX - (255 - given);
         switch (operation % 12) {
         case 0:
             CHECK(cache.resizeBuffer(n) == model.resize(n));
@@ -148,9 +128,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
             cache.clearMessage();
             model.length = model.offset = 0;
             break;
-        case 5:
-            read(cache, model, n);
+        case 5: {
+            const bool enough = n <= model.length - model.offset;
+            const std::string expected = enough ? model.buffer.substr(model.offset, n) : "";
+            const auto target = exactBlock(expected);
+            char * pointer = target.get();
+            CHECK(cache.read(n, pointer) == (enough || model.report(ZBRC_INSUFFICIENT_DATA)));
+            CHECK(std::memcmp(target.get(), expected.data(), expected.size()) == 0);
+            model.offset += expected.size();
             break;
+        }
         case 6:
         case 7: { // the pointer is looked at only where there is room
             const std::string data = input.bytes(small ? n : 0);
@@ -197,12 +184,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
         default: {
             ZebWih header;
             header.setServiceName("in front");
-            ZBWIH record;
             ZebMsg alone;
+            alone.setFormat(cache.format().text());
             CHECK(alone.writeItem(header));
-            std::memcpy(&record, alone.bufferPointer(), sizeof record);
-            std::memcpy(record.format, cache.descriptor().format, sizeof record.format);
-            const bool done = model.putInFront({reinterpret_cast<char *>(&record), sizeof record});
+            const bool done = model.putInFront({alone.bufferPointer(), sizeof(ZBWIH)});
             if (done) { // the message takes the codes of the item, which has none
                 model.report(0, 0);
             }

@@ -17,31 +17,24 @@ struct Kind {
     std::size_t length;
     std::size_t characterSetAt; // 0: no header
     std::size_t formatAt;
-    std::unique_ptr<ZebItm> (*make)();
-    std::unique_ptr<ZebItm> (*copy)(const ZebItm &);
+    std::unique_ptr<ZebItm> (*make)(const ZebItm * source); // null: a new one
 };
 
-template <class Item> std::unique_ptr<ZebItm> make() {
-    return std::make_unique<Item>();
+template <class Item> std::unique_ptr<ZebItm> make(const ZebItm * source) {
+    return source == nullptr ? std::make_unique<Item>()
+                             : std::make_unique<Item>(static_cast<const Item &>(*source));
 }
-template <class Item> std::unique_ptr<ZebItm> copy(const ZebItm & item) {
-    return std::make_unique<Item>(static_cast<const Item &>(item));
+template <class Item, class Record>
+Kind header(const char * structureId, const char * format, std::size_t length) {
+    return {structureId, format, length, offsetof(Record, characterSet), offsetof(Record, format),
+            make<Item>};
 }
 
-#define HEADER(id, name, size, Item, Record)                                                       \
-    Kind {                                                                                         \
-        id, name, size, offsetof(Record, characterSet), offsetof(Record, format), make<Item>,      \
-            copy<Item>                                                                             \
-    }
 const Kind kinds[] = {
-    HEADER("DLH ", "ZBDEAD  ", 172, ZebDlh, ZBDLH),
-    HEADER("TIH ", "ZBTPMX  ", 180, ZebTih, ZBTIH),
-    HEADER("HIH ", "ZBHSX   ", 84, ZebHih, ZBHIH),
-    HEADER("WIH ", "ZBHWIH  ", 120, ZebWih, ZBWIH),
-    HEADER("RMH ", "ZBHREF  ", 108, ZebRfh, ZBRMH),
-    {"TM  ", "ZBTRIG  ", 684, 0, 0, make<ZebTrg>, copy<ZebTrg>},
-    {nullptr, "ZBSTR   ", 0, 0, 0, make<ZebStr>, copy<ZebStr>},
-    {nullptr, "        ", 0, 0, 0, make<ZebBin>, copy<ZebBin>},
+    header<ZebDlh, ZBDLH>("DLH ", "ZBDEAD  ", 172), header<ZebTih, ZBTIH>("TIH ", "ZBTPMX  ", 180),
+    header<ZebHih, ZBHIH>("HIH ", "ZBHSX   ", 84),  header<ZebWih, ZBWIH>("WIH ", "ZBHWIH  ", 120),
+    header<ZebRfh, ZBRMH>("RMH ", "ZBHREF  ", 108), {"TM  ", "ZBTRIG  ", 684, 0, 0, make<ZebTrg>},
+    {nullptr, "ZBSTR   ", 0, 0, 0, make<ZebStr>},   {nullptr, "        ", 0, 0, 0, make<ZebBin>},
 };
 const Kind & tpmx = kinds[1];
 const Kind & reference = kinds[4];
@@ -175,7 +168,7 @@ bool take(const Kind & kind, ZebMsg & message, ZebItm & item, Outcome & outcome)
     // Only a reference header keeps what it has taken of a record that it then refuses.
     const bool kept =
         &kind == &reference && data.size() >= kind.length && message.descriptor().encoding == 546;
-    CHECK(kept || writtenBy(item) == writtenBy(*kind.make()));
+    CHECK(kept || writtenBy(item) == writtenBy(*kind.make(nullptr)));
     return false;
 }
 
@@ -195,7 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
     Outcome outcome;
     const Kind & stranger = kinds[flags >> 2 & 7];
     if (std::memcmp(message.descriptor().format, stranger.format, 8) != 0) {
-        CHECK(!take(stranger, message, *stranger.make(), outcome));
+        CHECK(!take(stranger, message, *stranger.make(nullptr), outcome));
     }
     struct Header {
         std::unique_ptr<ZebItm> item;
@@ -214,17 +207,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
              wordAt(left, offsetof(ZBRMH, structureLength)) > longestGrowth)) {
             break;
         }
-        const auto item = kind->make();
+        const auto item = kind->make(nullptr);
         if (!take(*kind, message, *item, outcome)) {
             break;
         }
         if (kind->characterSetAt == 0) {
-            const auto copied = kind->copy(*item);
+            const auto copied = kind->make(item.get());
             CHECK(writtenBy(*item) == outcome.written && writtenBy(*copied) == outcome.written);
             break;
         }
         CHECK(message.encoding() == static_cast<ZebHdr &>(*item).encoding());
-        headers.push_back({kind->copy(*item), *kind, outcome.written});
+        headers.push_back({kind->make(item.get()), *kind, outcome.written});
     }
     // Written again from the inside out. Each header but the innermost then describes the next one,
     // whose character set is 0.

@@ -1,6 +1,8 @@
 #ifndef FUZZ_INPUT_HPP
 #define FUZZ_INPUT_HPP
 
+#include "ZebErr.hpp"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -46,6 +48,20 @@ inline std::unique_ptr<char[]> exactBlock(const std::string & bytes) {
     std::copy(bytes.begin(), bytes.end(), block.get());
     return block;
 }
+
+/// Codes as an object of the library bears them.
+struct Codes {
+    std::int32_t reason = 0, completion = 0;
+
+    bool report(std::int32_t why, std::int32_t how = ZBCC_FAILED) {
+        reason = why;
+        completion = how;
+        return how != ZBCC_FAILED;
+    }
+    bool areThoseOf(const ZebErr & object) const {
+        return object.reasonCode() == reason && object.completionCode() == completion;
+    }
+};
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t size);
 

@@ -7,14 +7,14 @@
 
 namespace {
 
-struct Model {
+struct Model : Codes {
     std::string block;
-    std::int32_t reason = 0, completion = 0;
 
     std::string text() const { return block.substr(0, block.find('\0')); }
     // What all operations do that build a text anew: no block for an empty one, no codes.
     void replace(const std::string & text) {
-        *this = Model{text.empty() ? text : text + '\0', 0, 0};
+        block = text.empty() ? text : text + '\0';
+        report(ZBRC_NONE, ZBCC_OK);
     }
     void set(const std::string & bytes) {
         block = bytes;
@@ -35,8 +35,7 @@ struct Model {
     bool matches(const ZebStr & string) const {
         return string.storage() == block.size() && (string.text() == nullptr) == block.empty() &&
                (block.empty() || std::memcmp(string.text(), block.data(), block.size()) == 0) &&
-               string.length() == text().size() && string.reasonCode() == reason &&
-               string.completionCode() == completion;
+               string.length() == text().size() && areThoseOf(string);
     }
 };
 
@@ -149,10 +148,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
             break;
         }
         case 14: {
-            const std::size_t kept = n == 0 ? text.size() : text.find_last_not_of(character) + 1;
-            CHECK(string.stripTrailing(character) == text.size() - kept);
-            if (kept != text.size()) {
-                model.block[kept] = '\0';
+            const auto end = std::find_if(text.rbegin(), text.rend(),
+                                          [character](char each) { return each != character; });
+            const auto stripped = n == 0 ? 0 : static_cast<std::size_t>(end - text.rbegin());
+            CHECK(string.stripTrailing(character) == stripped);
+            if (stripped != 0) {
+                model.block[text.size() - stripped] = '\0';
             }
             break;
         }
@@ -162,8 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
             CHECK(string.copyOut(field.data(), n, '~') && field == expected);
             CHECK(string.reasonCode() == (text.size() > n ? ZBRC_DATA_TRUNCATED : 0));
             CHECK(!string.set(nullptr, 1));
-            model.reason = ZBRC_NULL_POINTER;
-            model.completion = ZBCC_FAILED;
+            model.report(ZBRC_NULL_POINTER);
         }
         }
         if (model.block.size() > 4096) { // doubled by itself again and again

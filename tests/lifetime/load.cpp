@@ -3,11 +3,17 @@
 #include "ZebStr.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
 #include <dlfcn.h>
 #include <malloc.h>
+
+// A function of a name that the library, when it is unloaded, looks for in itself alone.
+extern "C" void ZebMgrCleanUp() {
+    std::abort();
+}
 
 namespace {
 

@@ -7,8 +7,7 @@
 namespace support {
 namespace {
 
-// Relaxed, so that counting orders no two threads that the library left
-// unordered.
+// Relaxed, so that counting orders no two threads that the library left unordered.
 std::atomic<std::ptrdiff_t> blocksInUse{0};
 
 thread_local int ownDepth = 0;
@@ -25,7 +24,7 @@ void * allocate(std::size_t size) noexcept {
             hasFailed = true;
             return nullptr;
         }
-        toFailure -= toFailure != 0 ? 1 : 0;
+        toFailure = toFailure != 0 ? toFailure - 1 : 0;
     }
     void * const block = std::malloc(size != 0 ? size : 1);
     if (block != nullptr && ownDepth == 0) {
@@ -36,10 +35,7 @@ void * allocate(std::size_t size) noexcept {
 
 void * allocateOrThrow(std::size_t size) {
     void * const block = allocate(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
+    return block != nullptr ? block : throw std::bad_alloc();
 }
 
 void release(void * block) noexcept {
@@ -49,7 +45,7 @@ void release(void * block) noexcept {
     std::free(block);
 }
 
-} // namespace
+}
 
 std::ptrdiff_t liveBlocks() {
     return blocksInUse.load(std::memory_order_relaxed);
@@ -83,14 +79,13 @@ OwnAllocations::~OwnAllocations() {
     --ownDepth;
 }
 
-} // namespace support
+}
 
 using support::allocate;
 using support::allocateOrThrow;
 using support::release;
 
-// All forms but the aligned ones, which nothing here uses: a sanitizer has its
-// own of each.
+// All forms but the aligned ones, which nothing here uses: a sanitizer has its own of each.
 // clang-format off
 void * operator new(std::size_t size) { return allocateOrThrow(size); }
 void * operator new[](std::size_t size) { return allocateOrThrow(size); }

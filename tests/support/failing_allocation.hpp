@@ -3,15 +3,14 @@
 
 #include <cstddef>
 
-/// The test program's own global allocation operators: they count, and fail on
-/// demand.
+/// The test program's own global allocation operators: they count, and fail on demand.
 namespace support {
 
 /// How many blocks of the global operators are in use, in the whole process.
 std::ptrdiff_t liveBlocks();
 
-/// How often the calling thread asked the global operators since the tally
-/// began, failures included.
+/// How often the calling thread asked the global operators since the tally began, failures
+/// included.
 class AllocationTally {
 public:
     AllocationTally();
@@ -21,16 +20,9 @@ private:
     std::size_t before_;
 };
 
-/// While it lives, the n-th allocation of this thread from its beginning fails,
-/// 1 being the next: with std::bad_alloc, or with a null result in the nothrow
-/// forms. `fromThere` fails all that follow as well. Guards don't nest. Every
-/// way through a piece of code is tried by
-///
-///     for (std::size_t n = 1;; ++n) {
-///         FailAllocations guard(n);
-///         ... the code ...
-///         if (!guard.failed()) break;
-///     }
+/// While it lives, the n-th allocation of this thread from its beginning fails, 1 being the next:
+/// with std::bad_alloc, or with a null result in the nothrow forms. `fromThere` fails all that
+/// follow as well. Guards don't nest. Where the n-th has not failed, all ways through were tried.
 class FailAllocations {
 public:
     enum Extent { once, fromThere };
@@ -46,8 +38,8 @@ public:
     void stop();
 };
 
-/// While it lives, this thread's allocations are the test support's own:
-/// neither tallied nor counted among the live blocks nor failed.
+/// While it lives, this thread's allocations are the test support's own: neither tallied nor
+/// counted among the live blocks nor failed.
 class OwnAllocations {
 public:
     OwnAllocations();
@@ -56,6 +48,6 @@ public:
     OwnAllocations & operator=(const OwnAllocations &) = delete;
 };
 
-} // namespace support
+}
 
 #endif

@@ -11,9 +11,8 @@
 
 namespace support {
 
-/// Memory that ends where an inaccessible page begins, and starts `size` bytes
-/// earlier: a read or write one byte past its end kills the process. The bytes
-/// are zero, or a copy of what is given.
+/// Memory that ends where an inaccessible page begins, and starts `size` bytes earlier: a read or
+/// write one byte past its end kills the process. The bytes are zero, or a copy of what is given.
 class PageEnd {
 public:
     explicit PageEnd(std::size_t size) : size_(size) {
@@ -55,6 +54,6 @@ private:
     char * map_ = nullptr;
 };
 
-} // namespace support
+}
 
 #endif

@@ -14,8 +14,8 @@
 namespace support {
 namespace {
 
-// What the stand-in is told and what it has noted. Guarded by `guard` while
-// `recording` is set; nobody looks at it otherwise.
+// What the stand-in is told and what it has noted. Used through `locked` alone while `recording`
+// is set; nobody looks at it otherwise.
 struct Record {
     Texts lines;
     std::vector<const void *> pointers;
@@ -30,8 +30,9 @@ Record record;
 
 thread_local char context;
 
-bool isRecording() {
-    return recording.load(std::memory_order_relaxed);
+template <class Use> auto locked(const Use & use) {
+    const std::lock_guard<std::mutex> lock(guard);
+    return use(record);
 }
 
 bool touches(const void * pointer, std::size_t length, const void * address) {
@@ -40,19 +41,25 @@ bool touches(const void * pointer, std::size_t length, const void * address) {
     return address != nullptr && wanted >= start && wanted - start < length;
 }
 
-// Notes a call, for a caller whose allocations are the own ones of the test.
+// Notes a call while a Recording lives, and says whether one does.
 template <class... Number>
-void note(std::string line, const void * pointer, const char * end, Number... numbers) {
-    ((line += ' ' + std::to_string(numbers)), ...);
-    const std::lock_guard<std::mutex> lock(guard);
-    record.lines.push_back(line + end);
-    record.pointers.push_back(pointer);
+bool note(const char * line, const void * pointer, const char * end, Number... numbers) {
+    if (!recording.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const OwnAllocations own;
+    locked([&](Record & all) {
+        all.lines.emplace_back(line);
+        ((all.lines.back() += ' ' + std::to_string(numbers)), ...);
+        all.lines.back() += end;
+        all.pointers.push_back(pointer);
+    });
+    return true;
 }
 
 void begin(bool records) {
     const OwnAllocations own;
-    const std::lock_guard<std::mutex> lock(guard);
-    record = Record();
+    locked([](Record & all) { all = Record(); });
     recording = records;
 }
 
@@ -65,7 +72,7 @@ __attribute__((constructor(101))) void prepare() {
     svcThreadSlot = key;
 }
 
-} // namespace
+}
 
 Recording::Recording() {
     begin(true);
@@ -77,14 +84,14 @@ Recording::~Recording() {
 
 void Recording::clear() {
     const OwnAllocations own;
-    const std::lock_guard<std::mutex> lock(guard);
-    record.lines.clear();
-    record.pointers.clear();
+    locked([](Record & all) {
+        all.lines.clear();
+        all.pointers.clear();
+    });
 }
 
 Texts Recording::lines() const {
-    const std::lock_guard<std::mutex> lock(guard);
-    return record.lines;
+    return locked([](const Record & all) { return all.lines; });
 }
 
 Texts Recording::texts() const {
@@ -98,23 +105,19 @@ Texts Recording::texts() const {
 }
 
 std::vector<const void *> Recording::pointers() const {
-    const std::lock_guard<std::mutex> lock(guard);
-    return record.pointers;
+    return locked([](const Record & all) { return all.pointers; });
 }
 
 void Recording::refuseCheck(std::size_t n) {
-    const std::lock_guard<std::mutex> lock(guard);
-    record.checksToRefusal = n;
+    locked([n](Record & all) { all.checksToRefusal = n; });
 }
 
 void Recording::refuseAddress(const void * address) {
-    const std::lock_guard<std::mutex> lock(guard);
-    record.refusedAddress = address;
+    locked([address](Record & all) { all.refusedAddress = address; });
 }
 
 void Recording::refuseSetUp(bool refuse) {
-    const std::lock_guard<std::mutex> lock(guard);
-    record.refuseSetUp = refuse;
+    locked([refuse](Record & all) { all.refuseSetUp = refuse; });
 }
 
 void forgetThread() {
@@ -125,11 +128,10 @@ const void * threadContext() {
     return &context;
 }
 
-} // namespace support
+}
 
-using support::isRecording;
+using support::locked;
 using support::note;
-using support::OwnAllocations;
 
 extern "C" {
 
@@ -137,53 +139,35 @@ std::uint32_t svcThreadSlot = 0;
 
 std::int32_t svcInitialize(std::uint16_t first, std::uint16_t second, std::uint32_t third,
                            std::uint32_t fourth, void * area) {
-    bool refuse = false;
-    if (isRecording()) {
-        const OwnAllocations own;
-        const char * const end = (third | fourth) != 0 ? " not zero" : area ? " area" : " null";
-        note("set-up", area, end, first, second);
-        const std::lock_guard<std::mutex> lock(support::guard);
-        refuse = support::record.refuseSetUp;
-    }
+    const char * const rest = (third | fourth) != 0 ? " not zero" : area ? " area" : " null";
+    const bool refuse = note("set-up", area, rest, first, second) &&
+                        locked([](const auto & record) { return record.refuseSetUp; });
     if (area != nullptr) {
-        std::memset(area, 0xA5,
-                    16); // the caller promises 16 bytes and reads none of them
+        std::memset(area, 0xA5, 16); // the caller promises 16 bytes and reads none of them
     }
     return refuse ? 1 : pthread_setspecific(svcThreadSlot, &support::context);
 }
 
 std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {
-    bool refuse = pointer == nullptr;
-    if (isRecording()) {
-        const OwnAllocations own;
-        note("check", pointer, "", mode, length);
-        const std::lock_guard<std::mutex> lock(support::guard);
-        std::size_t & toRefusal = support::record.checksToRefusal;
-        refuse |= toRefusal != 0 && --toRefusal == 0;
-        refuse |= support::touches(pointer, length, support::record.refusedAddress);
-    }
-    return refuse ? 1 : 0;
+    const bool refuse =
+        note("check", pointer, "", mode, length) && locked([&](auto & record) {
+            const bool isNext = record.checksToRefusal == 1;
+            record.checksToRefusal -= record.checksToRefusal != 0 ? 1 : 0;
+            return isNext || support::touches(pointer, length, record.refusedAddress);
+        });
+    return refuse || pointer == nullptr ? 1 : 0;
 }
 
 void trcText(const char * text) {
-    if (isRecording()) {
-        const OwnAllocations own;
-        note("text ", text, text);
-    }
+    note("text ", text, text);
 }
 
 void trcFunctionEntry(void * context, std::uint32_t component, std::uint32_t function) {
-    if (isRecording()) {
-        const OwnAllocations own;
-        note("entry", context, "", component, function);
-    }
+    note("entry", context, "", component, function);
 }
 
 void trcFunctionReturn(void * context, std::uint32_t component, std::uint32_t function,
                        std::uint32_t result) {
-    if (isRecording()) {
-        const OwnAllocations own;
-        note("exit", context, "", component, function, result);
-    }
+    note("exit", context, "", component, function, result);
 }
 }

@@ -9,18 +9,12 @@ namespace support {
 
 using Texts = std::vector<std::string>;
 
-/// A stand-in for `zbcommon`, linked into a test program so that the library
-/// calls it in place of libzbcommon. It always sets threads up and refuses null
-/// pointers; while a Recording lives it also notes every call, of any thread,
-/// in order, and refuses what it was told to refuse.
+/// A stand-in for `zbcommon`, linked into a test program so that the library calls it in place of
+/// libzbcommon. It always sets threads up and refuses null pointers; while a Recording lives it
+/// also notes every call, of any thread, in order, and refuses what it was told to refuse.
 ///
-///     Recording recording;
-///     message.read(10, target);
-///     EXPECT_EQ(recording.texts(), Texts{"ZebCache::read (error): insufficient
-///     data"});
-///
-/// Outside a Recording the stand-in takes no lock, so that it orders no two
-/// threads that the library left unordered. One Recording at a time.
+/// Outside a Recording the stand-in takes no lock, so that it orders no two threads that the
+/// library left unordered. One Recording at a time.
 class Recording {
 public:
     Recording();
@@ -30,9 +24,8 @@ public:
 
     /// Forgets the calls so far; what was to be refused still is.
     void clear();
-    /// All calls, one line each: "set-up 48 1031 area", "check 1 172", "text
-    /// ...", "entry 31 57", "exit 31 57 1". Numbers that must be zero are told
-    /// where they are not.
+    /// All calls, one line each: "set-up 48 1031 area", "check 1 172", "text ...", "entry 31 57",
+    /// "exit 31 57 1". Numbers that must be zero are told where they are not.
     Texts lines() const;
     /// The texts alone.
     Texts texts() const;
@@ -41,8 +34,7 @@ public:
 
     /// Refuses the n-th check from now on, 1 for the next, and only that one.
     void refuseCheck(std::size_t n);
-    /// Refuses every check whose range touches the byte at this address; null for
-    /// none any more.
+    /// Refuses every check whose range touches the byte at this address; null for none any more.
     void refuseAddress(const void * address);
     /// Lets svcInitialize leave the thread slot empty and say that it failed.
     void refuseSetUp(bool refuse);
@@ -53,6 +45,6 @@ void forgetThread();
 /// The context that the calling thread's slot holds once it is set up.
 const void * threadContext();
 
-} // namespace support
+}
 
 #endif
