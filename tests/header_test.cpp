@@ -556,6 +556,27 @@ TEST(Reading, DamagedRecordsOfAllClassesAtTheEndOfAPageGoTheModelsWay) {
     EXPECT_GT(*std::min_element(refused.begin(), refused.end()), 400);
 }
 
+TEST(Reading, ATargetThatIsRefusedLeavesAllAsItWas) {
+    for (const Class & c : items) {
+        if (&c == &rfh || c.fields.empty()) {
+            continue; // its record is taken without a look at the target; a value is cleared
+        }
+        SCOPED_TRACE(c.name);
+        ZebMsg message;
+        fill(message, c.format, c.imageOf(*dressed(c)));
+        const string before = stateOf(message);
+        const auto reader = c.make();
+        Recording recording;
+        recording.refuseCheck(1);
+        EXPECT_FALSE(dynamic_cast<ZebItm &>(*reader).pasteIn(message));
+        EXPECT_EQ(recording.texts(), Texts{"ZebError::checkWritePointer (error): buffer error"});
+        EXPECT_EQ(codes(*reader) + ' ' + codes(message), "2:2004 2:2004");
+        EXPECT_EQ(stateOf(message), before);
+        recording.refuseCheck(0);
+        EXPECT_EQ(c.imageOf(*reader), c.image);
+    }
+}
+
 // ---- Writing ------------------------------------------------------------------------------------
 
 // The plain steps of writing a record, on the operations of the message itself; `receiver` stands
@@ -662,12 +683,13 @@ TEST(Writing, EndsWhereThePlainStepsEndOrChangesNothingWithoutStorage) {
 // A header of an application's own kind: the protocol goes through the virtual operations.
 struct Spy : ZebDlh {
     mutable string calls;
+    bool nameless = false;
     ZebMsg * moved = nullptr; // gets another buffer under its data when a format is set
     char room[100];
 
     std::int32_t characterSet() const override { return calls += "c", ZebDlh::characterSet(); }
     std::int32_t encoding() const override { return calls += "e", ZebDlh::encoding(); }
-    ZebStr format() const override { return calls += "f", ZebDlh::format(); }
+    ZebStr format() const override { return calls += "f", nameless ? ZebStr() : ZebDlh::format(); }
     std::int32_t headerFlags() const override { return 77; }
     void setCharacterSet(std::int32_t value) override {
         calls += 'C', ZebDlh::setCharacterSet(value);
@@ -697,6 +719,10 @@ TEST(Writing, DescriptionPassesThroughTheVirtualOperations) {
     EXPECT_TRUE(spy.pasteIn(message));
     noStorage.stop();
     EXPECT_EQ(textOf(message.format()), "OLD     ");
+    spy.nameless = true;
+    fill(message, "ZBDEAD", "");
+    EXPECT_TRUE(spy.pasteIn(message));
+    EXPECT_EQ(textOf(message.format()), blanks(8));
     // Flags that no record holds still travel with an assignment, and with nothing else.
     ZebDlh plain;
     EXPECT_EQ(plain.headerFlags(), 0);
