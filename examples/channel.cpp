@@ -47,14 +47,24 @@ std::vector<std::string> sendExits(ZebChl & channel, std::size_t count) {
     return exits;
 }
 
-std::string messageCompression(const ZebChl & channel) {
-    std::int32_t values[16];
-    channel.messageCompression(16, values);
+std::string listed(std::size_t count, const std::int32_t * values) {
     std::string list;
-    for (std::size_t i = 0; i < channel.messageCompressionCount(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         list += (i != 0 ? ", " : "") + std::to_string(values[i]);
     }
     return list.empty() ? "-" : list;
+}
+
+std::string headerCompression(const ZebChl & channel) {
+    std::int32_t values[2];
+    channel.headerCompression(std::size(values), values);
+    return listed(channel.headerCompressionCount(), values);
+}
+
+std::string messageCompression(const ZebChl & channel) {
+    std::int32_t values[16];
+    channel.messageCompression(std::size(values), values);
+    return listed(channel.messageCompressionCount(), values);
 }
 
 void printSideBySide(ZebChl & left, ZebChl & right) {
@@ -83,7 +93,11 @@ void printSideBySide(ZebChl & left, ZebChl & right) {
     for (std::size_t i = 0; i < count; ++i) {
         print("send exit", leftExits[i], rightExits[i]);
     }
+    print("receiveExitCount", std::to_string(left.receiveExitCount()),
+          std::to_string(right.receiveExitCount()));
     print("receiveExitName", left.receiveExitName(), right.receiveExitName());
+    print("receiveUserData", left.receiveUserData(), right.receiveUserData());
+    print("headerCompression", headerCompression(left), headerCompression(right));
     print("messageCompression", messageCompression(left), messageCompression(right));
 }
 

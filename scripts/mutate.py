@@ -22,9 +22,13 @@ FOLDERS = ["frame", "values", "message", "headers", "options"]
 COPIED = ["CMakeLists.txt", "cmake", "include", "platform", "zbcommon", "tests"] + FOLDERS
 TIME_LIMIT = 120  # seconds for one test program: a loop without end is caught as well
 
-# Those of the tests that run with what is changed here.
-TESTS = [name + "_test" for name in ("frame", "binary", "options", "message", "string", "channel",
-                                     "header", "race", "cache")]
+# Those of the tests that run with what is changed here, and what they are given.
+TESTS = {name + "_test": ["--gtest_fail_fast", "--gtest_brief=1"]
+         for name in ("frame", "binary", "options", "message", "string", "channel", "header", "race")}
+TESTS["storage_test"] = [str(ROOT / "docs" / "storage-failure.md")]
+TESTS.update({"fuzz_" + name: [str(ROOT / "tests" / "fuzz" / "corpus" / name)]
+              for name in ("chain", "buffer", "text", "channel")})
+TESTS["cache_test"] = TESTS["header_test"]
 TESTS_OF = {
     "frame": ["frame_test", "string_test", "message_test", "header_test"],
     "values": ["string_test", "binary_test", "message_test", "header_test"],
@@ -72,11 +76,13 @@ def is_statement(line):
 
 
 def depend(first, second):
-    """Whether the order of two statements may matter: stores to different places commute."""
-    left, right = first.split(" = ")[0].strip(), second.split(" = ")[0].strip()
-    if " = " in first and " = " in second:
-        return left in second or right in first
-    return bool(set(re.findall(r"\w+", first)) & set(re.findall(r"\w+", second)))
+    """Whether the order of two statements may matter: one changes what the other names. A call
+    changes what it is made on or, where it is a plain one, its first argument."""
+    def changed(statement):
+        stored = re.match(r" *([^()=]*?) [-+|&]?= ", statement)
+        return stored or re.match(r" *(?:[\w:]+\()?&?\*?(\w+)", statement)
+    return any(re.search(rf"\b{re.escape(changed(one).group(1))}\b", other)
+               for one, other in ((first, second), (second, first)))
 
 
 def covered(line):
@@ -139,8 +145,7 @@ def run(command, **options):
 def failing_test(build, first):
     for name in sorted(TESTS, key=lambda name: first.index(name) if name in first else len(first)):
         try:
-            done = run([str(build / "bin" / name), "--gtest_fail_fast", "--gtest_brief=1"],
-                       timeout=TIME_LIMIT, errors="replace")
+            done = run([str(build / "bin" / name), *TESTS[name]], timeout=TIME_LIMIT, errors="replace")
         except subprocess.TimeoutExpired:
             return name + " (time)"
         if done.returncode != 0:
