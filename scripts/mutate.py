@@ -19,7 +19,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ["frame", "values", "message", "headers", "options"]
-COPIED = ["CMakeLists.txt", "cmake", "include", "platform", "zbcommon", "tests"] + FOLDERS
+COPIED = ["CMakeLists.txt", "bench", "cmake", "include", "platform", "zbcommon", "tests"] + FOLDERS
 TIME_LIMIT = 120  # seconds for one test program: a loop without end is caught as well
 
 # Those of the tests that run with what is changed here, and what they are given.

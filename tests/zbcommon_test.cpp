@@ -362,13 +362,14 @@ TEST(PointerCheck, ForeignFaultsTakeTheirOwnCourse) {
         setLimit(RLIMIT_CORE, 0);
         for (int former = none; former != 1 << std::size(flags); ++former) {
             const int reports = former == none ? 0 : former < 8 ? 2 : 1;
-            for (const auto & [fault, make] : causes) {
+            for (const auto & cause : causes) {
                 std::string courses[2];
                 for (const bool each : {false, true}) {
                     checks = each;
                     told = map(1, PROT_READ | PROT_WRITE, fileOf(page));
-                    const End end = endOfFork([&] { faultTwice(former, fault, make); });
-                    EXPECT_EQ(end.status, reports == 2 ? 0 : fault);
+                    const End end =
+                        endOfFork([&] { faultTwice(former, cause.first, cause.second); });
+                    EXPECT_EQ(end.status, reports == 2 ? 0 : cause.first);
                     courses[each] = told;
                     if (reports != 2) {
                         courses[each] += std::to_string(end.stop.instruction_pointer) + " code " +

@@ -29,9 +29,9 @@ template <WidthKind kind>
     if constexpr (kind == WidthKind::known) {
         // Filling all of it takes a few stores, less than a call to fill the rest. But the text may
         // lie there itself.
-        const auto distance = reinterpret_cast<std::uintptr_t>(source) -
-                              reinterpret_cast<std::uintptr_t>(target) + width;
-        if (distance >= 2 * width) {
+        const auto from = reinterpret_cast<std::uintptr_t>(source);
+        const auto to = reinterpret_cast<std::uintptr_t>(target);
+        if (from >= to + width || to >= from + width) {
             std::memset(target, pad, width);
             if (count != 0) {
                 std::memcpy(target, source, count);

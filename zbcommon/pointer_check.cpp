@@ -57,6 +57,21 @@ Verdict probeFurtherPages(std::uintptr_t first, std::uintptr_t last) noexcept {
     return accepted;
 }
 
+// Differences and sums that are meant to wrap.
+[[gnu::always_inline]] inline std::uintptr_t difference(std::uintptr_t number,
+                                                        std::uintptr_t part) noexcept {
+    std::uintptr_t rest = 0;
+    static_cast<void>(__builtin_sub_overflow(number, part, &rest));
+    return rest;
+}
+
+[[gnu::always_inline]] inline std::uintptr_t lastOf(std::uintptr_t first,
+                                                    std::uintptr_t length) noexcept {
+    std::uintptr_t last = 0;
+    static_cast<void>(__builtin_add_overflow(first, difference(length, 1), &last));
+    return last;
+}
+
 // Nearly all ranges end in the page where they begin: their way has no loop on it.
 template <ProbeFunction probe>
 [[gnu::always_inline]] inline Verdict probePages(std::uintptr_t first,
@@ -238,7 +253,7 @@ void decideWay() noexcept {
 // refuses as well: nothing has to be known about its bounds here.
 [[gnu::noinline, gnu::cold]] Verdict
 checkOffTheFastPath(std::uintptr_t first, std::uintptr_t length, std::uint16_t mode) noexcept {
-    const std::uintptr_t last = first + (length - 1);
+    const std::uintptr_t last = lastOf(first, length);
     if (length == 0 || first == 0) {
         return length == 0 && (mode == modeRead || mode == modeWrite) ? accepted : refused;
     }
@@ -288,9 +303,9 @@ void lookAtFaultHandling() noexcept {
 std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {
     using namespace zbcommon;
     const auto first = reinterpret_cast<std::uintptr_t>(pointer);
-    const std::uintptr_t last = first + (length - 1);
+    const std::uintptr_t last = lastOf(first, length);
     // One comparison for three: null, no length and a wrap all fail it.
-    if (first - 1 < last && --threadContext.touchesLeft >= 0) [[likely]] {
+    if (difference(first, 1) < last && --threadContext.touchesLeft >= 0) [[likely]] {
         return probeRange<touchToRead, touchToWrite>(first, last, mode);
     }
     return checkOffTheFastPath(first, length, mode);

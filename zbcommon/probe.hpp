@@ -67,7 +67,7 @@ struct Probe {
 inline bool leaveProbe(ucontext_t & context) noexcept {
     const auto at = static_cast<std::uintptr_t>(context.uc_mcontext.gregs[REG_RIP]);
     const auto target = [](const std::int32_t & field) {
-        return reinterpret_cast<std::uintptr_t>(&field) + static_cast<std::uintptr_t>(field);
+        return static_cast<std::uintptr_t>(reinterpret_cast<std::intptr_t>(&field) + field);
     };
     for (const Probe * probe = firstProbe; probe != lastProbe; ++probe) {
         if (at == target(probe->touches)) {

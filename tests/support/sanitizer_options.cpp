@@ -12,7 +12,8 @@ const char * __asan_default_options() {
 }
 
 const char * __ubsan_default_options() {
-    return "halt_on_error=1:print_stacktrace=1";
+    // Who handles faults is one of the things tested.
+    return "halt_on_error=1:print_stacktrace=1:handle_segv=0:handle_sigbus=0";
 }
 
 const char * __tsan_default_options() {
