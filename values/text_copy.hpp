@@ -42,7 +42,7 @@ template <WidthKind kind>
     if (count != 0) {
         std::memmove(target, source, count);
     }
-    if (count < width) {
+    if (count != width) {
         std::memset(target + count, pad, width - count);
     }
 }
