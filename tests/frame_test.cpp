@@ -19,42 +19,34 @@ using support::codes;
 using support::Recording;
 using support::Texts;
 
-constexpr const char * releasing = "text Releasing ZebString resources";
-
-void onNewThread(const std::function<void()> & work) {
-    std::thread(work).join();
-}
-
 TEST(FrameTrace, EachOperationSetsANewThreadUpOnceAndPassesItsArgumentsOn) {
     static const char area[3] = {};
-    const struct {
-        std::function<bool()> act;
-        const char * line;
-    } cases[] = {
+    const std::pair<std::function<bool()>, const char *> cases[] = {
         {[] { return ZebTrc::traceMessage("one text\n"), true; }, "text one text\n"},
         {[] { return ZebTrc::checkReadPointer(area, 3); }, "check 1 3"},
         {[] { return ZebTrc::checkWritePointer(area, 3); }, "check 2 3"},
     };
-    for (const auto & row : cases) {
-        onNewThread([&row] {
+    for (const auto & each : cases) {
+        std::thread([&each] {
+            const auto & [act, line] = each;
             Recording recording;
-            EXPECT_TRUE(row.act());
-            EXPECT_TRUE(row.act());
-            EXPECT_EQ(recording.lines(), (Texts{"set-up 48 1031 area", row.line, row.line}));
-            if (row.line[0] == 'c') {
+            EXPECT_TRUE(act());
+            EXPECT_TRUE(act());
+            EXPECT_EQ(recording.lines(), (Texts{"set-up 48 1031 area", line, line}));
+            if (line[0] == 'c') {
                 EXPECT_EQ(recording.pointers()[1], area);
                 recording.refuseCheck(1);
-                EXPECT_FALSE(row.act());
+                EXPECT_FALSE(act());
             }
             // The slot decides each time: nothing remembers that the thread was set up before.
             support::forgetThread();
             recording.clear();
             recording.refuseSetUp(true);
-            row.act();
-            row.act();
+            act();
+            act();
             EXPECT_EQ(recording.lines(),
-                      (Texts{"set-up 48 1031 area", row.line, "set-up 48 1031 area", row.line}));
-        });
+                      (Texts{"set-up 48 1031 area", line, "set-up 48 1031 area", line}));
+        }).join();
     }
     Recording recording;
     ZebTrc::traceEntry(31, 1);
@@ -65,7 +57,7 @@ TEST(FrameTrace, EachOperationSetsANewThreadUpOnceAndPassesItsArgumentsOn) {
 TEST(FrameSemaphore, TheStringLockIsMadeAtItsFirstUseTracedAndReleasedAtUnload) {
     ZebStrCleanUp();
     char field[2];
-    onNewThread([&field] {
+    std::thread([&field] {
         ZebStr text("ab");
         Recording recording;
         const std::ptrdiff_t before = support::liveBlocks();
@@ -81,14 +73,15 @@ TEST(FrameSemaphore, TheStringLockIsMadeAtItsFirstUseTracedAndReleasedAtUnload) 
         recording.clear();
         for (const unsigned reason : {1U, 2U, 3U, 0U, 0U}) {
             EXPECT_EQ(DllMain(nullptr, reason, nullptr), 1);
-            EXPECT_EQ(recording.lines(), reason != 0 ? Texts{} : Texts{releasing});
+            EXPECT_EQ(recording.lines(),
+                      reason != 0 ? Texts{} : Texts{"text Releasing ZebString resources"});
             EXPECT_EQ(support::liveBlocks(), reason != 0 ? before + 1 : before);
         }
         // With the library's own lock gone the string lock still works.
         EXPECT_TRUE(text.copyOut(field, 2, ' '));
         ZebStrCleanUp();
         EXPECT_EQ(support::liveBlocks(), before);
-    });
+    }).join();
 }
 
 TEST(FrameSemaphore, ALockTakenTwiceIsFreeAfterTwoUnlocksOfItsThread) {

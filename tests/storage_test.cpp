@@ -13,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #if __has_include(<valgrind/memcheck.h>)
@@ -109,10 +110,7 @@ Image imageOf(const World & w) {
     image.emplace_back(std::to_string(w.reference.tailWord1()) +
                        std::to_string(w.bridge.version()));
     const ::ZBCD & record = w.channel.record();
-    const struct {
-        const char * array;
-        std::int32_t count, width;
-    } lists[] = {
+    const std::tuple<const char *, std::int32_t, std::int32_t> lists[] = {
         {record.sendExitNameArray, record.sendExitCount, record.exitNameLength},
         {record.sendUserDataArray, record.sendExitCount, record.exitUserDataLength},
         {record.receiveExitNameArray, record.receiveExitCount, record.exitNameLength},
