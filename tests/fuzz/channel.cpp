@@ -1,166 +1,417 @@
-// Sequences of operations on two channels, each against a plain model of what it holds.
-#include "fuzz/input.hpp"
+// Sequences of operations on three channels, each against a plain model of what it holds.
+#include "fuzz/step.hpp"
+#include "support/checks.hpp"
+#include "support/page_end.hpp"
 #include "zebbase.hpp"
 
 #include <array>
+#include <cstddef>
 #include <iterator>
-#include <vector>
+#include <numeric>
+#include <optional>
 
 namespace {
 
+using namespace support;
+using std::size_t;
+using std::string;
+using Entry = std::optional<string>;
+using Entries = std::vector<Entry>;
+
 struct Channel : ZebChl {
-    const ::ZBCD & record() const { return *ZebChl::ZBCD(); }
+    ::ZBCD & record() const { return *ZBCD(); }
+    // All but what names the blocks behind the record: two counts, four arrays and the peer name.
+    string rest() const {
+        const string image(reinterpret_cast<const char *>(&record()), sizeof(::ZBCD));
+        return with(with(with(image, 1508, zeros(8)), 1536, zeros(32)), 1720, zeros(12));
+    }
 };
 
+// A text in the record.
 struct Field {
     bool (ZebChl::*set)(const char *);
     ZebStr (ZebChl::*get)() const;
-    std::size_t width;
+    size_t offset, width;
 };
 const Field fields[] = {
-    {&ZebChl::setChannelName, &ZebChl::channelName, 20},
-    {&ZebChl::setConnectionName, &ZebChl::connectionName, 264},
-    {&ZebChl::setLocalAddress, &ZebChl::localAddress, 48},
-    {&ZebChl::setModeName, &ZebChl::modeName, 8},
-    {&ZebChl::setPassword, &ZebChl::password, 12},
-    {&ZebChl::setSecurityExitName, &ZebChl::securityExitName, 128},
-    {&ZebChl::setSecurityUserData, &ZebChl::securityUserData, 32},
-    {&ZebChl::setSslCipherSpecification, &ZebChl::sslCipherSpecification, 32},
-    {&ZebChl::setTransactionProgramName, &ZebChl::transactionProgramName, 64},
-    {&ZebChl::setUserId, &ZebChl::userId, 12},
-    {&ZebChl::setSslPeerName, &ZebChl::sslPeerName, 1 << 20},
+    {&ZebChl::setChannelName, &ZebChl::channelName, 0, 20},
+    {&ZebChl::setConnectionName, &ZebChl::connectionName, 1024, 264},
+    {&ZebChl::setLocalAddress, &ZebChl::localAddress, 1740, 48},
+    {&ZebChl::setModeName, &ZebChl::modeName, 232, 8},
+    {&ZebChl::setPassword, &ZebChl::password, 996, 12},
+    {&ZebChl::setSecurityExitName, &ZebChl::securityExitName, 328, 128},
+    {&ZebChl::setSecurityUserData, &ZebChl::securityUserData, 856, 32},
+    {&ZebChl::setSslCipherSpecification, &ZebChl::sslCipherSpecification, 1688, 32},
+    {&ZebChl::setTransactionProgramName, &ZebChl::transactionProgramName, 240, 64},
+    {&ZebChl::setUserId, &ZebChl::userId, 984, 12},
 };
 
-using Names = bool (ZebChl::*)(std::size_t, const char * const[]);
-using Readers = bool (ZebChl::*)(std::size_t, ZebStr * const[]);
-constexpr Names setNames[] = {&ZebChl::setSendExitNames, &ZebChl::setReceiveExitNames};
-constexpr Names setData[] = {&ZebChl::setSendUserData, &ZebChl::setReceiveUserData};
-constexpr Readers names[] = {&ZebChl::sendExitNames, &ZebChl::receiveExitNames};
-constexpr Readers data[] = {&ZebChl::sendUserData, &ZebChl::receiveUserData};
+// What there is of each exit, both in arrays of slots.
+enum Part { name, data };
+constexpr size_t slotWidths[] = {128, 32};
+using Exit = std::array<string, 2>;
+using Exits = std::vector<Exit>;
 
-struct Model : Codes {
-    std::array<std::string, std::size(fields)> texts;
-    std::array<std::vector<std::pair<std::string, std::string>>, 2> exits;
-    std::vector<std::int32_t> compression;
+// What there is twice: first for receiving and for headers, then for sending and for messages. The
+// operations on exits are there for each part of them.
+struct Half {
+    size_t (ZebChl::*count)() const;
+    ZebStr (ZebChl::*readFirst[2])();
+    bool (ZebChl::*read[2])(size_t, ZebStr * const[]);
+    bool (ZebChl::*setFirst[2])(const char *);
+    bool (ZebChl::*set[2])(size_t, const char * const[]);
+    bool (ZebChl::*setStrings[2])(size_t, const ZebStr * const[]);
+    bool (ZebChl::*setNull[2])(size_t, std::nullptr_t);
+    char * ZBCD::*array[2];
+    size_t (ZebChl::*compressionCount)() const;
+    bool (ZebChl::*compression)(size_t, std::int32_t[]) const;
+    bool (ZebChl::*setCompression)(size_t, const std::int32_t[]);
+    size_t compressionAt, compressionSize; // in the record
+};
+const Half halves[] = {
+    {&ZebChl::receiveExitCount,
+     {&ZebChl::receiveExitName, &ZebChl::receiveUserData},
+     {&ZebChl::receiveExitNames, &ZebChl::receiveUserData},
+     {&ZebChl::setReceiveExitName, &ZebChl::setReceiveUserData},
+     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
+     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
+     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
+     {&ZBCD::receiveExitNameArray, &ZBCD::receiveUserDataArray},
+     &ZebChl::headerCompressionCount,
+     &ZebChl::headerCompression,
+     &ZebChl::setHeaderCompression,
+     1792,
+     8},
+    {&ZebChl::sendExitCount,
+     {&ZebChl::sendExitName, &ZebChl::sendUserData},
+     {&ZebChl::sendExitNames, &ZebChl::sendUserData},
+     {&ZebChl::setSendExitName, &ZebChl::setSendUserData},
+     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
+     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
+     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
+     {&ZBCD::sendExitNameArray, &ZBCD::sendUserDataArray},
+     &ZebChl::messageCompressionCount,
+     &ZebChl::messageCompression,
+     &ZebChl::setMessageCompression,
+     1800,
+     64},
+};
 
-    std::string cut(const std::string & text, std::size_t width) {
-        return text.size() <= width || report(ZBRC_DATA_TRUNCATED, ZBCC_WARNING)
-                   ? text.substr(0, width)
-                   : text;
+void takeBlock() {
+    if (step.storage.strikes()) {
+        throw std::bad_alloc();
     }
-    void check(Channel & channel) const {
+}
+
+void obtain(Exits & list, size_t count) {
+    list.clear();
+    if (count != 0) {
+        takeBlock();
+        takeBlock();
+    }
+    list.resize(count);
+}
+
+// What a reader gives of a field: up to its first zero byte, without trailing blanks.
+string stripped(const string & bytes) {
+    const string text = bytes.c_str();
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+// A channel in plain terms. The receive list comes first, as in every order of steps.
+struct Model : TracedCodes {
+    std::array<Exits, 2> lists;
+    Entry peer;
+    string record; // all other bytes
+
+    bool copy(string & field, const Entry & text, size_t width) {
+        if (width != 0 && !check(2, width, "ZebString::copy (error): target buffer error",
+                                 ZBRC_TARGET_BUFFER_ERROR)) {
+            return false;
+        }
+        if (text && !check(1, 1, "ZebString::copy (error): source buffer error",
+                           ZBRC_SOURCE_BUFFER_ERROR)) {
+            return false;
+        }
+        if (width != 0 && text.value_or("").size() > width) {
+            traceCut("static ZebString::copy (warning): string truncated");
+        }
+        field = fitted(text.value_or(""), width, '\0');
+        return true;
+    }
+    bool setField(size_t offset, size_t width, const Entry & text) {
+        string field;
+        return copy(field, text, width) && (record.replace(offset, width, field), true);
+    }
+    bool setNames(Exits & list, const Entries & names) {
+        for (const Entry & text : names) {
+            if (!text || text->empty()) {
+                return report(text ? ZBRC_DATA_LENGTH_ERROR : ZBRC_NULL_POINTER);
+            }
+        }
+        if (names.size() != list.size()) {
+            obtain(list, names.size());
+        }
+        for (size_t i = 0; i < names.size(); ++i) {
+            if (!copy(list[i][name], names[i], 128) || !copy(list[i][data], {}, 32)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    bool set(Exits & list, Part part, Entries texts) {
+        if (part == name) {
+            return setNames(list, texts);
+        }
+        if (texts.size() > list.size()) {
+            return report(ZBRC_USER_DATA_COUNT_ERROR);
+        }
+        texts.resize(list.size());
+        for (size_t i = 0; i < list.size(); ++i) {
+            if (!copy(list[i][data], texts[i], 32)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    // Fills the strings that are there, each in a new block; those behind the list become empty.
+    bool read(const Exits & list, Part part, Entries & strings) {
+        bool isRead = true;
+        for (size_t i = 0; i < strings.size(); ++i) {
+            if (!strings[i] || i >= list.size()) {
+                strings[i] = strings[i] ? Entry("") : Entry();
+            } else if (!check(1, slotWidths[part],
+                              "ZebError::checkReadPointer (error): buffer error",
+                              ZBRC_BUFFER_ERROR)) {
+                isRead = false;
+            } else if (step.storage.strikes()) {
+                isRead = trace("ZebString::setStorage (error): storage not available",
+                               ZBRC_STORAGE_NOT_AVAILABLE);
+            } else {
+                strings[i] = list[i][part].c_str();
+            }
+        }
+        return isRead;
+    }
+    bool setPeer(const Entry & text) {
+        if (string block; text) {
+            if (!copy(block, text, 0)) {
+                return false;
+            }
+            takeBlock();
+            if (!copy(block, text, text->size())) {
+                return false;
+            }
+        }
+        peer = text;
+        return true;
+    }
+    bool assign(const Model & source) {
+        if (this == &source) {
+            return true;
+        }
+        *this = source; // and then without what there is no storage for
+        lists = {};
+        peer.reset();
+        for (const size_t half : {0U, 1U}) {
+            obtain(lists[half], source.lists[half].size());
+            lists[half] = source.lists[half];
+        }
+        if (source.peer) {
+            takeBlock();
+        }
+        peer = source.peer;
+        return true;
+    }
+
+    // A block with two owners would be released twice.
+    void compareWith(const Channel & channel) const {
+        const ::ZBCD & real = channel.record();
         CHECK(areThoseOf(channel));
-        for (std::size_t i = 0; i != texts.size(); ++i) {
-            const ZebStr text = (channel.*fields[i].get)();
-            ZebStr expected(texts[i].c_str());
-            expected.stripTrailing(' ');
-            CHECK(expected.compare(text) == 0);
+        CHECK(channel.rest() == record);
+        for (const Field & field : fields) {
+            CHECK(textOf((channel.*field.get)()) ==
+                  stripped(record.substr(field.offset, field.width)));
         }
-        CHECK(channel.sendExitCount() == exits[0].size());
-        CHECK(channel.receiveExitCount() == exits[1].size());
-        for (std::size_t list = 0; list != 2; ++list) {
-            std::vector<ZebStr> read(2 * (exits[list].size() + 1), ZebStr("stale"));
-            std::vector<ZebStr *> entries;
-            for (ZebStr & string : read) {
-                entries.push_back(&string);
+        for (const size_t at : {0U, 1U}) {
+            const Half & half = halves[at];
+            const Exits & list = lists[at];
+            CHECK((channel.*half.count)() == list.size());
+            for (const Part part : {name, data}) {
+                const char * const array = real.*half.array[part];
+                const size_t width = slotWidths[part];
+                CHECK((array == nullptr) == list.empty());
+                for (size_t i = 0; i < list.size(); ++i) {
+                    CHECK(string(array + width * i, width) == fitted(list[i][part], width, '\0'));
+                }
             }
-            const std::size_t count = exits[list].size() + 1; // one more than there are
-            CHECK((channel.*names[list])(count, entries.data()));
-            CHECK((channel.*data[list])(count, entries.data() + count));
-            for (std::size_t i = 0; i != count; ++i) {
-                const auto & [name, datum] =
-                    i + 1 != count ? exits[list][i] : std::pair<std::string, std::string>();
-                CHECK(read[i].compare(name.c_str()) == 0 &&
-                      read[count + i].compare(datum.c_str()) == 0);
-            }
+            const string slots = record.substr(half.compressionAt, half.compressionSize);
+            CHECK((channel.*half.compressionCount)() ==
+                  std::min(slots.find(word(-1)), slots.size()) / 4);
         }
-        std::array<std::int32_t, 16> list{};
-        CHECK(channel.messageCompression(16, list.data()));
-        for (std::size_t i = 0; i != 16; ++i) {
-            CHECK(list[i] == (i < compression.size() ? compression[i] : -1));
-        }
+        const string peerName = peer.value_or("");
+        CHECK((real.sslPeerNamePointer != nullptr) == peer.has_value());
+        CHECK(real.sslPeerNameLength == static_cast<std::int32_t>(peerName.size()));
+        CHECK(!peer || string(real.sslPeerNamePointer, peerName.size()) == peerName);
+        CHECK(textOf(channel.sslPeerName()) == stripped(peerName));
     }
 };
+
+struct Pair {
+    std::unique_ptr<Channel> channel = std::make_unique<Channel>();
+    Model model;
+
+    // What has no accessor travels as well, and a pointer without an owner as a value.
+    explicit Pair(char mark) {
+        ::ZBCD & record = channel->record();
+        std::memset(record.text32, mark, sizeof record.text32);
+        std::memset(record.bytes1648, mark + 1, sizeof record.bytes1648);
+        record.pointer1520 = &record;
+        model.record = channel->rest();
+    }
+};
+
+// A text or none, as long as some field or one byte off, with up to two blanks at its end.
+Entry entryFrom(Input & input) {
+    static constexpr size_t widths[] = {1, 3, 8, 12, 20, 32, 48, 64, 128, 264};
+    const size_t byte = input.byte();
+    if (byte < 8) {
+        return {};
+    }
+    string text(widths[byte % 10] + byte / 10 % 3 - 1, ' ');
+    const std::uint8_t first = input.byte();
+    const size_t blanks = std::min<size_t>(text.size(), first % 3);
+    std::iota(text.begin(), text.end() - static_cast<std::ptrdiff_t>(blanks),
+              static_cast<char>(first));
+    std::replace(text.begin(), text.end(), '\0', '0');
+    return text;
+}
 
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
     Input input(bytes, size);
-    std::array<Channel, 2> channels;
-    std::array<Model, 2> models;
+    std::array<Pair, 3> pairs{Pair('x'), Pair('X'), Pair('8')};
     while (!input.ended()) {
-        const std::uint8_t operation = input.byte();
-        Channel & channel = channels[operation >> 7];
-        Model & model = models[operation >> 7];
-        const std::size_t list = operation >> 6 & 1;
-        switch (operation % 8) {
-        default: {
-            const std::size_t i = input.byte() % std::size(fields);
-            const std::string text = input.text(255);
-            CHECK((channel.*fields[i].set)(text.c_str()));
-            if (i == 1) {
-                model.cut(text, 20); // the short field in front of it
+        const size_t which = input.byte(), where = input.byte();
+        Pair & pair = pairs[where % 3];
+        const Pair & other = pairs[where / 3 % 3];
+        const size_t side = where >> 7;
+        const Half & half = halves[side];
+        const Part part = which >= 128 ? data : name;
+        Model & model = pair.model;
+        Channel & channel = *pair.channel;
+        Exits & list = model.lists[side];
+        const Field & field = fields[where % 128 / 9 % std::size(fields)];
+        std::unique_ptr<Channel> copy;
+
+        Entries entries(input.byte() % 5);
+        std::generate(entries.begin(), entries.end(), [&] { return entryFrom(input); });
+        const size_t count = entries.size();
+        std::vector<ZebStr> strings(count), targets(count, ZebStr("stale"));
+        std::vector<const char *> texts(count + 1); // ends in a null
+        std::vector<ZebStr *> stringPointers(count), targetPointers(count);
+        Entries read(count);         // what the targets hold in the end
+        Entries asStrings = entries; // an empty string has no text
+        std::replace(asStrings.begin(), asStrings.end(), Entry(""), Entry());
+        for (size_t i = 0; i < count; ++i) {
+            if (entries[i]) {
+                texts[i] = entries[i]->c_str();
+                strings[i] = texts[i];
+                stringPointers[i] = &strings[i];
+                targetPointers[i] = &targets[i];
+                read[i] = "stale";
             }
-            model.texts[i] = model.cut(text, fields[i].width);
-            break;
         }
-        case 1:
-        case 2: {
-            std::vector<std::string> texts(input.byte() % 6);
-            std::vector<const char *> pointers;
-            for (std::string & text : texts) {
-                text = input.text(255);
-                pointers.push_back(text == "~" ? nullptr : text.c_str());
-            }
-            const bool setsNames = operation % 8 == 1;
-            auto & exits = model.exits[list];
-            bool expected = true;
-            if (setsNames) {
-                for (std::size_t i = 0; expected && i != texts.size(); ++i) {
-                    expected = pointers[i] == nullptr ? model.report(ZBRC_NULL_POINTER)
-                               : texts[i].empty()     ? model.report(ZBRC_DATA_LENGTH_ERROR)
-                                                      : true;
-                }
-                if (expected) {
-                    exits.assign(texts.size(), {});
-                    for (std::size_t i = 0; i != texts.size(); ++i) {
-                        exits[i].first = model.cut(texts[i], 128);
-                    }
-                }
-            } else if (texts.size() > exits.size()) {
-                expected = model.report(ZBRC_USER_DATA_COUNT_ERROR);
-            } else {
-                for (std::size_t i = 0; i != exits.size(); ++i) {
-                    exits[i].second =
-                        i < texts.size() && pointers[i] != nullptr ? model.cut(texts[i], 32) : "";
-                }
-            }
-            CHECK((channel.*(setsNames ? setNames : setData)[list])(texts.size(),
-                                                                    pointers.data()) == expected);
-            break;
+        const char * const text = texts[0];
+        const Entry first = count != 0 ? entries[0] : Entry();
+        const Entries only = first && !first->empty() ? Entries{first} : Entries();
+        const size_t beyond = count > 2 ? SIZE_MAX : size_t{1} << 31; // no list has so many
+        const size_t some = where % 2 == 0 ? beyond : count;
+
+        // A caller's list of compressions, which ends with its memory.
+        const string given = input.bytes(input.byte() % 20);
+        const size_t length = given.size();
+        const size_t taken = std::min(4 * length, half.compressionSize);
+        string held;
+        for (const char value : given) {
+            held += word(static_cast<std::uint8_t>(value) % 9 - 1);
         }
-        case 3: {
-            std::vector<std::int32_t> values(input.byte() % 20);
-            for (std::int32_t & value : values) {
-                value = static_cast<std::int8_t>(input.byte());
-            }
-            CHECK(channel.setMessageCompression(values.size(), values.data()));
-            values.resize(std::min<std::size_t>(values.size(), 16));
-            model.compression = values;
-            break;
+        const PageEnd memory(held);
+        auto * const values =
+            length != 0 ? reinterpret_cast<std::int32_t *>(memory.data()) : nullptr;
+
+        const std::pair<Side, Side> operations[] = {
+            {[&] { return (channel.*half.read[part])(count, targetPointers.data()); },
+             [&] { return model.read(list, part, read); }},
+            {[&] {
+                 const char * const expected = list.empty() ? "" : list[0][part].c_str();
+                 const ZebStr string = (channel.*half.readFirst[part])();
+                 return string.completionCode() == 0 &&
+                        std::strcmp(string.length() != 0 ? string.text() : "", expected) == 0;
+             },
+             [&] {
+                 Entries one{""};
+                 return model.read(list, part, one);
+             }},
+            {[&] { return (channel.*half.set[part])(count, texts.data()); },
+             [&] { return model.set(list, part, entries); }},
+            {[&] { return (channel.*half.setStrings[part])(count, stringPointers.data()); },
+             [&] { return model.set(list, part, part == name ? entries : asStrings); }},
+            {[&] { return (channel.*half.setFirst[part])(text); },
+             [&] { return model.set(list, part, part == name ? only : Entries{first}); }},
+            {[&] { return (channel.*half.set[part])(beyond, texts.data()); },
+             [&] {
+                 return model.report(part == name ? ZBRC_DATA_LENGTH_ERROR
+                                                  : ZBRC_USER_DATA_COUNT_ERROR);
+             }},
+            {[&] { return (channel.*half.setNull[part])(some, nullptr); },
+             [&] { // as with null entries; any count beyond the list is like the next one
+                 return model.set(list, part, Entries(std::min(some, list.size() + 1)));
+             }},
+            {[&] {
+                 return (channel.*half.read[part])(some, nullptr) &&
+                        (channel.*half.setCompression)(count + 1, nullptr) &&
+                        (channel.*half.compression)(some, nullptr);
+             },
+             [] { return true; }},
+            {[&] { return channel.setSslPeerName(text); }, [&] { return model.setPeer(first); }},
+            {[&] { return (channel.*field.set)(text); },
+             [&] { // the connection name has a short field as well, set first
+                 return (field.offset != 1024 || model.setField(192, 20, first)) &&
+                        model.setField(field.offset, field.width, first);
+             }},
+            {[&] { return (channel.*half.setCompression)(length, values); },
+             [&] {
+                 model.record.replace(half.compressionAt, half.compressionSize,
+                                      fitted(held.substr(0, taken), half.compressionSize, '\xFF'));
+                 return true;
+             }},
+            {[&] { return (channel.*half.compression)(length, values); },
+             [&] { return held.replace(0, taken, model.record, half.compressionAt, taken), true; }},
+            {[&] { return channel = *other.channel, true; },
+             [&] { return model.assign(other.model); }},
+            {[&] { return copy.reset(new Channel(*other.channel)), true; },
+             [&] {
+                 takeBlock(); // for the object, and for its record
+                 takeBlock();
+                 Model made;
+                 made.assign(other.model);
+                 return model = made, true;
+             }},
+        };
+        const auto & [real, plain] = operations[which % std::size(operations)];
+        takeStep(real, plain);
+        if (copy != nullptr) {
+            pair.channel = std::move(copy);
         }
-        case 4: {
-            channel = channels[list];
-            model = Model(models[list]);
-            Channel copied(channel);
-            model.check(copied);
-            CHECK(channels[0].record().sendExitNameArray == nullptr ||
-                  channels[0].record().sendExitNameArray != channels[1].record().sendExitNameArray);
-            break;
+        CHECK(string(memory.data(), memory.size()) == held);
+        for (size_t i = 0; i < count; ++i) {
+            CHECK(textOf(targets[i]) == read[i].value_or("stale"));
         }
+        for (const Pair & each : pairs) {
+            each.model.compareWith(*each.channel);
         }
-        models[0].check(channels[0]);
-        models[1].check(channels[1]);
     }
     return 0;
 }
