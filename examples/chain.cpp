@@ -12,17 +12,11 @@
 #include "common.hpp"
 
 #include <exception>
-#include <filesystem>
 
 namespace {
 
 constexpr const char * messageFile = "chain.msg";
 constexpr std::string_view sample = "Order 4712: 7 umbrellas, to be left under the stairs.\n";
-
-bool isMessageFile(const char * path) {
-    std::error_code ignored;
-    return std::filesystem::equivalent(path, messageFile, ignored);
-}
 
 // Each header goes in front of all that the message holds, and takes over the description of it.
 bool writeHeaders(ZebMsg & message) {
@@ -62,14 +56,11 @@ int send(std::string_view data) {
     if (!writeHeaders(message)) {
         return example::failed("writing a header", message);
     }
-    const ZBMD & descriptor = message.descriptor();
-    const std::string_view record(reinterpret_cast<const char *>(&descriptor), sizeof descriptor);
-    const std::string_view body(message.bufferPointer(), message.messageLength());
-    if (!example::writeFile(messageFile, {record, body})) {
+    if (!example::saveMessage(messageFile, message)) {
         return 1;
     }
     std::printf("%s: %zu bytes of headers in front of %zu bytes of data\n\n", messageFile,
-                body.size() - data.size(), data.size());
+                message.messageLength() - data.size(), data.size());
     return 0;
 }
 
@@ -148,35 +139,17 @@ bool takeHeaders(ZebMsg & message) {
 // not known.
 int receive(const char * path, const std::string_view * sent) {
     example::Bytes bytes;
-    if (!example::readFile(path, bytes)) {
+    ZebMsg message;
+    if (!example::loadMessage(path, bytes, message)) {
         return 1;
     }
-    // The file is used in place, so no header, however damaged, can make the message longer than
-    // it came.
-    ZebCac file;
-    if (!file.useFullBuffer(bytes.data(), bytes.size())) {
-        return example::failed("taking the file as a buffer", file);
-    }
-    ZebMsg message;
-    char * descriptor = reinterpret_cast<char *>(&message.descriptor());
-    if (!file.read(sizeof(ZBMD), descriptor)) {
-        return example::failed("reading the descriptor", file);
-    }
-    if (!message.useFullBuffer(file.dataPointer(), file.dataLength())) {
-        return example::failed("taking the data as a buffer", message);
-    }
-
     if (!takeHeaders(message)) {
         return 1;
     }
     std::printf("At %zu data of format %s, %zu bytes\n", message.dataOffset(),
                 shown(message.format()).c_str(), message.dataLength());
     example::printHex(message.dataPointer(), message.dataLength());
-    if (sent != nullptr && std::string_view(message.dataPointer(), message.dataLength()) != *sent) {
-        std::fprintf(stderr, "the data received differ from the data sent\n");
-        return 1;
-    }
-    return 0;
+    return sent == nullptr || example::areAsSent(message, *sent) ? 0 : 1;
 }
 
 // A field of a record in characters, without the blanks that fill it up.
@@ -233,7 +206,7 @@ int run(int count, char ** arguments) {
     example::Bytes file;
     std::string_view data = sample;
     if (count == 2) {
-        if (isMessageFile(arguments[1])) {
+        if (example::isSameFile(arguments[1], messageFile)) {
             std::fprintf(stderr, "'%s' is where the message goes: give another file, or --read\n",
                          messageFile);
             return 1;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -64,6 +65,52 @@ inline bool writeFile(const char * path, std::initializer_list<std::string_view>
     }
     good = std::fclose(file) == 0 && good;
     return good || failedFile("write", path);
+}
+
+/// Whether both paths lead to one file.
+inline bool isSameFile(const char * path, const char * other) {
+    std::error_code ignored;
+    return std::filesystem::equivalent(path, other, ignored);
+}
+
+/// Saves a message as a queue would carry it, its descriptor and behind it the data; a failure is
+/// printed.
+inline bool saveMessage(const char * path, const ZebMsg & message) {
+    const ZBMD & descriptor = message.descriptor();
+    return writeFile(path, {{reinterpret_cast<const char *>(&descriptor), sizeof descriptor},
+                            {message.bufferPointer(), message.messageLength()}});
+}
+
+/// Loads a saved message; a failure is printed. The bytes of the file are used in place, so no
+/// header, however damaged, can make the message longer than it came.
+inline bool loadMessage(const char * path, Bytes & bytes, ZebMsg & message) {
+    if (!readFile(path, bytes)) {
+        return false;
+    }
+    ZebCac file;
+    if (!file.useFullBuffer(bytes.data(), bytes.size())) {
+        failed("taking the file as a buffer", file);
+        return false;
+    }
+    char * descriptor = reinterpret_cast<char *>(&message.descriptor());
+    if (!file.read(sizeof(ZBMD), descriptor)) {
+        failed("reading the descriptor", file);
+        return false;
+    }
+    if (!message.useFullBuffer(file.dataPointer(), file.dataLength())) {
+        failed("taking the data as a buffer", message);
+        return false;
+    }
+    return true;
+}
+
+/// Whether the data from the cursor on are those that were sent; a no is printed.
+inline bool areAsSent(const ZebMsg & message, std::string_view sent) {
+    if (std::string_view(message.dataPointer(), message.dataLength()) == sent) {
+        return true;
+    }
+    std::fprintf(stderr, "the data received differ from the data sent\n");
+    return false;
 }
 
 /// Prints the first lines of a range: offset, 16 bytes in hexadecimal, the same as characters.

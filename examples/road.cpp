@@ -11,7 +11,6 @@
 
 #include <ctime>
 #include <exception>
-#include <filesystem>
 
 namespace {
 
@@ -23,11 +22,6 @@ std::string timeText(const char * format) {
     char text[9] = "";
     std::strftime(text, sizeof text, format, std::gmtime(&now));
     return text;
-}
-
-bool isMessageFile(const char * path) {
-    std::error_code ignored;
-    return std::filesystem::equivalent(path, messageFile, ignored);
 }
 
 // Builds the message and saves its descriptor and its data, as a queue would carry them.
@@ -49,14 +43,11 @@ int send(const example::Bytes & data) {
         return example::failed("writing the dead letter header", message);
     }
 
-    const ZBMD & descriptor = message.descriptor();
-    const std::string_view record(reinterpret_cast<const char *>(&descriptor), sizeof descriptor);
-    const std::string_view body(message.bufferPointer(), message.messageLength());
-    if (!example::writeFile(messageFile, {record, body})) {
+    if (!example::saveMessage(messageFile, message)) {
         return 1;
     }
-    std::printf("%s: descriptor of %zu bytes, data of %zu bytes\n", messageFile, record.size(),
-                body.size());
+    std::printf("%s: descriptor of %zu bytes, data of %zu bytes\n", messageFile, sizeof(ZBMD),
+                message.messageLength());
     return 0;
 }
 
@@ -111,22 +102,9 @@ void print(const ZBDLH & header) {
 // that is not known.
 int receive(const char * path, const example::Bytes * sent) {
     example::Bytes bytes;
-    if (!example::readFile(path, bytes)) {
-        return 1;
-    }
-
-    // The file is used in place: first the descriptor, and behind it the data.
-    ZebCac file;
-    if (!file.useFullBuffer(bytes.data(), bytes.size())) {
-        return example::failed("taking the file as a buffer", file);
-    }
     ZebMsg message;
-    char * descriptor = reinterpret_cast<char *>(&message.descriptor());
-    if (!file.read(sizeof(ZBMD), descriptor)) {
-        return example::failed("reading the descriptor", file);
-    }
-    if (!message.useFullBuffer(file.dataPointer(), file.dataLength())) {
-        return example::failed("taking the data as a buffer", message);
+    if (!example::loadMessage(path, bytes, message)) {
+        return 1;
     }
     std::printf("\nDescriptor as received\n");
     print(message.descriptor());
@@ -150,9 +128,7 @@ int receive(const char * path, const example::Bytes * sent) {
     if (sent == nullptr) {
         return 0;
     }
-    const std::string_view data(message.dataPointer(), message.dataLength());
-    if (data != std::string_view(sent->data(), sent->size())) {
-        std::fprintf(stderr, "the data received differ from the data sent\n");
+    if (!example::areAsSent(message, {sent->data(), sent->size()})) {
         return 1;
     }
     std::printf("\nThe data received are the data sent, byte for byte.\n");
@@ -167,7 +143,7 @@ int run(int count, char ** arguments) {
         std::fprintf(stderr, "usage: road FILE\n       road --read FILE\n");
         return 1;
     }
-    if (isMessageFile(arguments[1])) {
+    if (example::isSameFile(arguments[1], messageFile)) {
         std::fprintf(stderr, "'%s' is where the message goes: give another file, or --read\n",
                      messageFile);
         return 1;
