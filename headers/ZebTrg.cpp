@@ -38,7 +38,7 @@ template <std::size_t Width> void putNumber(char (&field)[Width], std::int32_t n
     char digits[16];
     const char * const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
     const std::size_t length = std::min(Width, static_cast<std::size_t>(end - digits));
-    std::fill_n(field, Width - length, zeb::blankPad);
+    std::fill_n(field, Width, zeb::blankPad);
     std::copy_n(digits, length, field + (Width - length));
 }
 
