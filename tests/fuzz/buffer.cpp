@@ -22,7 +22,11 @@ std::size_t sizeFrom(std::size_t byte, const CacheModel & model) {
     const std::size_t edges[] = {
         model.length, model.message, model.length - model.offset, model.message - model.offset,
         longest / 2,  SIZE_MAX / 2,  SIZE_MAX - model.offset,     SIZE_MAX};
-    return byte < 160 ? byte : edges[byte % 8] + byte / 8 % 4 - 2;
+    if (byte < 160) {
+        return byte;
+    }
+    const std::size_t edge = edges[byte % 8], below = edge - std::min<std::size_t>(edge, 2);
+    return below + std::min(byte / 8 % 4, SIZE_MAX - below);
 }
 
 // Puts a header in front of the body, if there is room for it.
@@ -74,8 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
         default: { // all memory ends with its block, so that a reader past its end is seen
             std::vector<char> source(kept), target(kept), twin(kept);
             std::iota(source.begin(), source.end(), static_cast<char>(input.byte()));
-            const std::size_t place = pair.memory.size() - n;
             const bool fits = n <= pair.memory.size();
+            const std::size_t place = fits ? pair.memory.size() - n : 0;
             CacheArguments real{n, source.data(), target.data(),
                                 fits ? pair.memory.data() + place : nullptr};
             CacheArguments plain{n, source.data(), twin.data(),

@@ -55,10 +55,11 @@ struct CacheModel : TracedCodes {
             return trace("ZebCache::moreBytes (error): insufficient buffer",
                          ZBRC_INSUFFICIENT_BUFFER);
         }
-        const std::size_t target = std::max(size + offset, 2 * length);
-        return size > target - offset ? trace("ZebCache::moreBytes (error): storage not available",
-                                              ZBRC_STORAGE_NOT_AVAILABLE)
-                                      : resizeBuffer(target);
+        if (size > SIZE_MAX - offset) {
+            return trace("ZebCache::moreBytes (error): storage not available",
+                         ZBRC_STORAGE_NOT_AVAILABLE);
+        }
+        return resizeBuffer(std::max(size + offset, 2 * length));
     }
     bool setMessageLength(std::size_t size) {
         if (size > length && !resizeBuffer(size)) {

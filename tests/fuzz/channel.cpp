@@ -114,8 +114,11 @@ void obtain(Exits & list, size_t count) {
 
 // What a reader gives of a field: up to its first zero byte, without trailing blanks.
 string stripped(const string & bytes) {
-    const string text = bytes.c_str();
-    return text.substr(0, text.find_last_not_of(' ') + 1);
+    string text = bytes.c_str();
+    while (text.ends_with(' ')) {
+        text.pop_back();
+    }
+    return text;
 }
 
 // A channel in plain terms. The receive list comes first, as in every order of steps.
