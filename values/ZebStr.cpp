@@ -76,9 +76,10 @@ bool zeb::reportCopy(ZebErr * error, CopyTrouble trouble) {
         return reportTo(error, sourceBufferError);
     case CopyTrouble::noTarget:
         return reportTo(error, noDestination);
-    default:
-        return reportTo(error, truncated);
+    case CopyTrouble::truncated:
+        break;
     }
+    return reportTo(error, truncated);
 }
 
 ZebStr::ZebStr() = default;
