@@ -2,6 +2,8 @@
 
 #include "frame/report.hpp"
 
+#include <cstring>
+
 namespace zeb {
 
 namespace {
@@ -25,7 +27,9 @@ bool isAnnounced(ZebItm & item, const ZebMsg & message, const ItemFacts & facts)
     if (message.encoding() != nativeEncoding) {
         return failPasteIn(item, facts, "wrong message encoding", ZBRC_ENCODING_ERROR);
     }
-    if (!message.formatIs(facts.format)) {
+    // All 8 characters are there, so they can be compared at once.
+    const auto & format = message.descriptor().format;
+    if (std::memcmp(format, facts.format, sizeof format) != 0) {
         return failPasteIn(item, facts, "wrong message format", ZBRC_INCONSISTENT_FORMAT);
     }
     return true;

@@ -162,8 +162,6 @@ private:
     ZEB_LOCAL void replaceBy(ZebStr & source);
     /// The steps of set; tells where the text ends.
     ZEB_LOCAL bool take(const char * text, std::size_t length, std::size_t & end);
-    /// Removes every `character` before `end`, where the text ends; returns how many.
-    ZEB_LOCAL std::size_t stripBefore(std::size_t end, char character) noexcept;
     ZEB_LOCAL std::size_t numberEnd(std::int32_t & number) const noexcept;
 
     char * text_ = nullptr;

@@ -3,6 +3,7 @@
 
   instruction_counts.py --check PROGRAM    fails if one grew by more than 2 % over those kept
   instruction_counts.py --update PROGRAM   keeps the present ones: bench/instruction_counts.json
+  instruction_counts.py --profile PROGRAM  prints what all instructions are for, as a table
 
 PROGRAM is the built `counts`, of a release build. Each piece of work runs under callgrind twice,
 more often the second time, and the difference is divided by the difference in times: so the start
@@ -10,10 +11,11 @@ of the process drops out.
 
 Counted are the instructions of libzebbase and libzbcommon themselves, and the calls that they make
 into other libraries. What such a call takes isn't counted: it depends on the processor, by which the
-C library chooses among its forms of the same function.
+C library chooses among its forms of the same function. The profile has them, for a look.
 """
 
 import argparse
+import collections
 import concurrent.futures
 import json
 import os
@@ -31,38 +33,68 @@ LIMIT = 1.02
 FEW, MANY = 1000, 3000
 KINDS = ("instructions", "calls")
 
+GROUPS = {
+    "pointer checks": lambda where, what: "libzbcommon" in where or "getspecific" in what,
+    "heap": lambda where, what: re.search(r"^operator (new|delete)|malloc|free|^_int_", what),
+    "C library's copies and searches": lambda where, what: re.search(r"mem|str", what) and "libc" in where,
+    "zebbase": lambda where, what: "libzebbase" in where,
+    "caller and rest": lambda where, what: True,
+}
 
-def totals(path):
-    """Own instructions, and calls from own code to other code, of a callgrind output file."""
-    names = {}
 
-    def resolve(text):
+def events(path):
+    """What a callgrind output file tells: ("cost", object, function, instructions) for what code takes
+    itself, ("call", object, object called, times)."""
+    names = {"ob": {}, "fn": {}}
+
+    def resolve(kind, text):
         match = re.match(r"\((\d+)\)(?: (.*))?$", text)
         if match[2] is not None:
-            names[match[1]] = match[2]
-        return names[match[1]]
+            names[kind][match[1]] = match[2]
+        return names[kind][match[1]]
 
-    instructions = calls = 0
-    own = callee_own = after_calls = False
+    where = called = function = ""
+    after_calls = False
     for line in path.read_text().splitlines():
-        if line.startswith("ob="):
-            own = callee_own = bool(OWN.search(resolve(line[3:])))
-        elif line.startswith("cob="):
-            callee_own = bool(OWN.search(resolve(line[4:])))
-        elif line.startswith("calls="):
-            if own and not callee_own:
-                calls += int(line[6:].split()[0])
-            callee_own = own
+        key, _, value = line.partition("=")
+        if key == "ob":
+            where = called = resolve("ob", value)
+        elif key == "cob":
+            called = resolve("ob", value)
+        elif key == "fn":
+            function = resolve("fn", value)
+        elif key == "cfn":
+            resolve("fn", value)
+        elif key == "calls":
+            yield "call", where, called, int(value.split()[0])
+            called = where
             after_calls = True
         elif re.match(r"[+*-]|\d", line):
             # The line behind "calls=" holds what the callee took.
-            if own and not after_calls:
-                instructions += int(line.split()[1])
+            if not after_calls:
+                yield "cost", where, function, int(line.split()[1])
             after_calls = False
-    return instructions, calls
 
 
-def run(program, work, times):
+def totals(path):
+    """Own instructions, and calls from own code to other code."""
+    found = collections.Counter()
+    for kind, where, what, number in events(path):
+        if OWN.search(where) and not (kind == "call" and OWN.search(what)):
+            found[kind] += number
+    return found["cost"], found["call"]
+
+
+def shares(path):
+    """All instructions, by what they are for."""
+    found = collections.Counter()
+    for kind, where, what, number in events(path):
+        if kind == "cost":
+            found[next(name for name, is_it in GROUPS.items() if is_it(where, what))] += number
+    return tuple(found[name] for name in GROUPS)
+
+
+def run(program, work, times, look=totals):
     with tempfile.TemporaryDirectory() as directory:
         out = pathlib.Path(directory) / "out"
         subprocess.run(
@@ -70,7 +102,7 @@ def run(program, work, times):
              program, work, str(times)],
             check=True, stdin=subprocess.DEVNULL,
             env={"PATH": os.environ["PATH"], "LD_BIND_NOW": "1"})
-        return totals(out)
+        return look(out)
 
 
 def count(program):
@@ -84,6 +116,19 @@ def count(program):
         counts[work] = {kind: round((b - a) / (MANY - FEW), 1)
                         for kind, a, b in zip(KINDS, few, many)}
     return counts
+
+
+def profile(program):
+    """A table of the works of more than one step."""
+    works = ("wrap/0", "wrap/1000", "unwrap/0", "field_write", "field_read")
+    print("| instructions |", *(f"{work} |" for work in works))
+    print("|---|" + "---|" * len(works))
+    columns = []
+    for work in works:
+        few, many = (run(program, work, times, shares) for times in (FEW, MANY))
+        columns.append([round((b - a) / (MANY - FEW)) for a, b in zip(few, many)])
+    for name, row in zip((*GROUPS, "together"), zip(*([*column, sum(column)] for column in columns))):
+        print(f"| {name} |", *(f"{number} |" for number in row))
 
 
 def check(now):
@@ -105,10 +150,15 @@ def main():
     what = parser.add_mutually_exclusive_group(required=True)
     what.add_argument("--check", action="store_true")
     what.add_argument("--update", action="store_true")
+    what.add_argument("--profile", action="store_true")
     parser.add_argument("program")
     arguments = parser.parse_args()
 
-    now = count(str(pathlib.Path(arguments.program).resolve()))
+    program = str(pathlib.Path(arguments.program).resolve())
+    if arguments.profile:
+        profile(program)
+        return 0
+    now = count(program)
     for work, counts in now.items():
         print(f"{work:20}{counts['instructions']:10} instructions{counts['calls']:8} calls")
     if arguments.update:

@@ -4,22 +4,28 @@
 
 namespace zeb {
 
-ZebStr fieldText(const char * field, std::size_t width) {
+// Flattened, as nearly all reading of records ends here: the string is new, so most of what set has
+// to think of falls away.
+[[gnu::flatten]] ZebStr fieldText(const char * field, std::size_t width) {
     ZebStr text;
     text.set(field, width);
     return text;
 }
 
-// As set and stripTrailing, but the end of the text is looked for once.
 struct FieldReader {
+    // As set and stripTrailing, but the end of the text is looked for once, and blanks in the
+    // field: the copy's bytes are not yet to be had when they have just been written.
     static void takeStripped(ZebStr & text, const char * field, std::size_t width) {
         std::size_t end = 0;
         text.take(field, width, end);
-        text.stripBefore(end, blankPad);
+        const std::size_t stripped = strippedEnd(field, end, blankPad);
+        if (stripped != end) {
+            text.text_[stripped] = '\0';
+        }
     }
 };
 
-ZebStr strippedFieldText(const char * field, std::size_t width) {
+[[gnu::flatten]] ZebStr strippedFieldText(const char * field, std::size_t width) {
     ZebStr text;
     FieldReader::takeStripped(text, field, width);
     return text;

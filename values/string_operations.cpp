@@ -2,6 +2,7 @@
 #include "ZebTrc.hpp"
 #include "frame/report.hpp"
 #include "frame/storage.hpp"
+#include "values/text_copy.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -110,14 +111,8 @@ std::size_t ZebStr::stripTrailing(char character) {
         ZebTrc::traceMessage("ZebString::stripTrailing (information): cannot strip nulls");
         return 0;
     }
-    return stripBefore(length(), character);
-}
-
-std::size_t ZebStr::stripBefore(std::size_t end, char character) noexcept {
-    std::size_t stripped = end;
-    while (stripped != 0 && text_[stripped - 1] == character) {
-        --stripped;
-    }
+    const std::size_t end = length();
+    const std::size_t stripped = zeb::strippedEnd(text_, end, character);
     if (stripped != end) {
         text_[stripped] = '\0';
     }

@@ -19,6 +19,14 @@ enum class CopyTrouble : std::uint8_t { targetRefused, sourceRefused, noTarget, 
 /// counts as made.
 [[gnu::cold, gnu::noinline]] bool reportCopy(ZebErr * error, CopyTrouble trouble);
 
+/// Where a text that ends at `end` ends without the `character`s before that.
+inline std::size_t strippedEnd(const char * text, std::size_t end, char character) noexcept {
+    while (end != 0 && text[end - 1] == character) {
+        --end;
+    }
+    return end;
+}
+
 /// Whether the compiler knows the width of a target.
 enum class WidthKind : bool { known, variable };
 
