@@ -297,7 +297,8 @@ void lookAtFaultHandling() noexcept {
 } // namespace zbcommon
 
 // Its way through a range in one page is met at every turn, so it is kept to one line of the cache.
-[[gnu::aligned(64)]] std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {
+[[gnu::aligned(64)]] std::int32_t svcCheckPointer(const void * pointer, std::size_t length,
+                                                  std::uint16_t mode) {
     using namespace zbcommon;
     const auto first = reinterpret_cast<std::uintptr_t>(pointer);
     const std::uintptr_t last = lastOf(first, length);
