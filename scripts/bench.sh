@@ -6,13 +6,15 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
 need_for_build
-need pkg-config python3 libbenchmark-dev libprotobuf-dev protobuf-compiler libflatbuffers-dev \
+need pkg-config python3 valgrind libbenchmark-dev libprotobuf-dev protobuf-compiler libflatbuffers-dev \
     flatbuffers-compiler libcapnp-dev capnproto libmsgpack-cxx-dev libzmq3-dev cppzmq-dev \
     libqpid-proton-cpp12-dev
 
 echo "Building" >&2
-build bench bench -DCMAKE_BUILD_TYPE=Release -DZEBBASE_BUILD_BENCH=ON -DZEBBASE_BUILD_TESTS=OFF \
-    -DZEBBASE_BUILD_EXAMPLES=OFF -DZEBBASE_BUILD_TOOLS=OFF
+for target in bench counts; do
+    build bench "$target" -DCMAKE_BUILD_TYPE=Release -DZEBBASE_BUILD_BENCH=ON \
+        -DZEBBASE_BUILD_TESTS=OFF -DZEBBASE_BUILD_EXAMPLES=OFF -DZEBBASE_BUILD_TOOLS=OFF
+done
 program="$root/build/bench/bin/bench"
 if [ $# -gt 0 ]; then
     exec "$program" "$@"
@@ -24,4 +26,7 @@ result="$root/build/bench/result.json"
 quietly "$program" --benchmark_min_time=0.02 --benchmark_repetitions=25 \
     --benchmark_enable_random_interleaving=true \
     --benchmark_out="$result" --benchmark_out_format=json
-exec "$root/scripts/bench_report.py" "$result" "$root/docs"
+echo "Counting instructions" >&2
+profile="$root/build/bench/profile.md"
+"$root/scripts/instruction_counts.py" --profile "$root/build/bench/bin/counts" > "$profile"
+exec "$root/scripts/bench_report.py" "$result" "$profile" "$root/docs"
