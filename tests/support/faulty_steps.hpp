@@ -47,12 +47,13 @@ inline void takeFaultyStep(const Side & real, const Side & plain) {
 
 /// Runs random sequences of faulty steps through the fuzz target that is linked in; they leave no
 /// block behind.
-inline void walkUnderFaults(std::size_t sequences, std::size_t length) {
+inline void walkUnderFaults(
+    std::size_t sequences, std::size_t length, std::size_t (*byte)() = [] { return pick(256); }) {
     ZebTrc::traceMessage("the thread is set up before");
     takeStep = takeFaultyStep;
     std::vector<std::uint8_t> bytes(length);
     for (std::size_t done = 0; done != sequences; ++done) {
-        std::generate(bytes.begin(), bytes.end(), [] { return pick(256); });
+        std::generate(bytes.begin(), bytes.end(), byte);
         step = Step();
         const std::ptrdiff_t before = liveBlocks();
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
