@@ -8,22 +8,17 @@
 
 namespace {
 
-// Needs no constructor, as it is filled ahead of all constructors and read behind all destructors.
+// What comes ahead of all constructors and behind all destructors uses these.
 constinit char events[100]{};
-
-void note(const char * event) {
-    std::strncat(events, event, sizeof events - 1 - std::strlen(events));
-}
+constinit HMODULE loadedModule = nullptr;
+constinit bool tells = false;
 
 struct Marks {
-    Marks() { note("constructor "); }
-    ~Marks() { note("destructor "); }
+    Marks() { std::strcat(events, "constructor "); }
+    ~Marks() { std::strcat(events, "destructor "); }
 };
 
 const Marks marks;
-
-constinit HMODULE loadedModule = nullptr;
-constinit bool tells = false;
 
 HMODULE moduleOf(const void * address) {
     Dl_info info{};
@@ -40,10 +35,9 @@ extern "C" [[gnu::visibility("default")]] std::int32_t DllMain(void * module, st
                                                                void *) {
     if (reason == DLL_PROCESS_ATTACH) {
         loadedModule = module;
-        note("load ");
+        std::strcat(events, "load ");
     } else if (tells) {
-        note(module == loadedModule ? "unload" : "unload of another module");
-        std::fprintf(stderr, "%s.", events);
+        std::fprintf(stderr, "%sunload%s.", events, module == loadedModule ? "" : " of another");
     }
     return 1;
 }
@@ -71,6 +65,7 @@ TEST(GetProcAddress, FindsTheModulesOwnNamesAlone) {
         {"not there at all", library, "ZebMgrCleanUp", nullptr},
         {"no name", library, nullptr, nullptr},
         {"of a library, asked of this program", nullptr, "ZebStrCleanUp", nullptr},
+        {"this program's own", nullptr, "DllMain", reinterpret_cast<void *>(&DllMain)},
         {"this program by its handle", loadedModule, "ZebStrCleanUp", nullptr},
         {"no module: too low", reinterpret_cast<HMODULE>(1), "ZebStrCleanUp", nullptr},
         {"no module: heap", heap.data(), "ZebStrCleanUp", nullptr},

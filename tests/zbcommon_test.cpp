@@ -3,6 +3,7 @@
 #include "zbcommon.h"
 
 #include <algorithm>
+#include <array>
 #include <csetjmp>
 #include <csignal>
 #include <cstring>
@@ -74,19 +75,13 @@ int outcome() {
 }
 
 // In a process that was started with the variable. Its sanitizer leaves faults alone.
-void run(const char * name, const std::string & value, void (*scenario)(const std::string &)) {
+void run(const char * name, const std::string & value,
+         const std::function<void(const std::string &)> & scenario) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     setenv("ASAN_OPTIONS", "handle_segv=0:handle_sigbus=0", 1);
     setenv(name, value.c_str(), 1);
     EXPECT_EXIT((scenario(value), std::exit(outcome())), testing::ExitedWithCode(0), "") << value;
     unsetenv(name);
-}
-
-// Runs in each of the ways. Touching is the one without a name.
-void check(const Texts & ways, void (*scenario)(const std::string &)) {
-    for (const std::string & way : ways) {
-        run("ZBCOMMON_POINTER_CHECK", way, scenario);
-    }
 }
 
 // How a forked process ends, and the last fault on its way there: its place and where it came from.
@@ -114,6 +109,19 @@ End endOfFork(const std::function<void()> & scenario) {
 
 // ---- Pointer checks
 
+// In each way, touching being the one without a name: each variant in a process that is forked off
+// before the first check.
+void check(const Texts & ways, int variants,
+           const std::function<void(const std::string & way, int variant)> & scenario) {
+    for (const std::string & each : ways) {
+        run("ZBCOMMON_POINTER_CHECK", each, [&](const std::string & way) {
+            for (int i = 0; i != variants; ++i) {
+                EXPECT_EQ(endOfFork([&] { scenario(way, i); }).status, 0) << i;
+            }
+        });
+    }
+}
+
 // Of a range over pages that are each (w)ritable, (r)ead only, of (n)o access, behind the (e)nd of
 // their file, or not mapped at all.
 void expectAnswers(bool isOff, const std::string & pages, const void * at, std::size_t length) {
@@ -129,23 +137,21 @@ void expectAnswers(bool isOff, const std::string & pages, const void * at, std::
 void checkLayouts(bool isOff) {
     const int file = fileOf(1);
     char * const area = map(6, PROT_NONE);
+    const auto edge = [](std::size_t n) { return n / 3 * page + (n % 3 == 2 ? page - 1 : n % 3); };
     for (const std::string layout : {"wwrnwr", "rw-wee", "nwwrw-", "e-rrww", "wwwwww", "rnwewr"}) {
         for (std::size_t i = 0; i != layout.size(); ++i) {
+            const char kind = layout[i];
+            const int access = kind == 'r' ? PROT_READ : PROT_READ | PROT_WRITE;
             char * const at = area + i * page;
-            const int access = layout[i] == 'r' ? PROT_READ : PROT_READ | PROT_WRITE;
-            const off_t place = layout[i] == 'e' ? page : 0;
-            EXPECT_EQ(mmap(at, page, layout[i] == 'n' ? PROT_NONE : access, MAP_SHARED | MAP_FIXED,
-                           file, place),
+            EXPECT_EQ(mmap(at, page, kind == 'n' ? PROT_NONE : access, MAP_SHARED | MAP_FIXED, file,
+                           kind == 'e' ? page : 0),
                       at);
-            EXPECT_EQ(layout[i] == '-' ? munmap(at, page) : 0, 0);
+            EXPECT_EQ(kind == '-' ? munmap(at, page) : 0, 0);
         }
         for (std::size_t first = 0; first != 3 * layout.size(); ++first) {
             for (std::size_t last = first; last != 3 * layout.size(); ++last) {
-                constexpr std::size_t edges[] = {0, 1, page - 1};
-                const std::size_t begin = first / 3 * page + edges[first % 3];
-                const std::size_t end = last / 3 * page + edges[last % 3] + 1;
                 expectAnswers(isOff, layout.substr(first / 3, last / 3 - first / 3 + 1),
-                              area + begin, end - begin);
+                              area + edge(first), edge(last) - edge(first) + 1);
             }
         }
     }
@@ -178,14 +184,13 @@ void checkPlaces(bool isOff, const char * stackOfOther) {
         expectAnswers(isOff, std::string(1, *name), place, length);
     }
     EXPECT_EQ(heap, std::vector<char>(heap.size(), 42));
-    for (const unsigned mode : {0U, 3U, 0x101U, 0xffffU}) {
-        const auto unknown = static_cast<std::uint16_t>(mode);
-        EXPECT_EQ(svcCheckPointer(staticData, 1, unknown) == 0, isOff) << mode;
-        EXPECT_NE(svcCheckPointer(staticData, 0, unknown), 0) << mode;
+    for (const std::uint16_t unknown : std::initializer_list<std::uint16_t>{0, 3, 0x101, 0xffff}) {
+        EXPECT_EQ(svcCheckPointer(staticData, 1, unknown) == 0, isOff) << unknown;
+        EXPECT_NE(svcCheckPointer(staticData, 0, unknown), 0) << unknown;
     }
 }
 
-void everyRange(const std::string & way) {
+void everyRange(const std::string & way, int) {
     const char here = 0;
     const auto checkAll = [&] {
         checkPlaces(way == "off", &here);
@@ -196,8 +201,8 @@ void everyRange(const std::string & way) {
 }
 
 TEST(PointerCheck, EveryRange) {
-    check({"", "kernel", "off"}, everyRange);
-    everyRange(""); // with the handlers that sanitizers bring along
+    check({"", "kernel", "off"}, 1, everyRange);
+    everyRange("", 0); // with the handlers that sanitizers bring along
 }
 
 #if defined(__x86_64__) && defined(__LP64__)
@@ -209,73 +214,59 @@ TEST(PointerCheck, ProbesForWritingInOneStep) {
 }
 #endif
 
-auto handlerOf(int signal) {
+struct sigaction actionOf(int signal) {
     struct sigaction action {};
     EXPECT_EQ(sigaction(signal, nullptr, &action), 0);
-    return action.sa_handler;
+    return action;
 }
 
 // An ignored signal stays so, also in programs started later: then, and where nothing is touched,
 // no handler is there at all.
 TEST(PointerCheck, InstallsHandlersOnlyToTouch) {
-    check({"", "kernel", "off"}, [](const std::string & way) {
-        for (const int ignored : {SIGSEGV, SIGBUS, SIGUSR1}) {
-            const auto look = [&] {
-                signal(ignored, SIG_IGN);
-                EXPECT_EQ(readable(badPage(SIGSEGV)), way == "off");
-                for (const int each : {SIGSEGV, SIGBUS}) {
-                    EXPECT_EQ(handlerOf(each) == (each == ignored ? SIG_IGN : SIG_DFL),
-                              !way.empty() || ignored != SIGUSR1);
-                }
-            };
-            EXPECT_EQ(endOfFork(look).status, 0) << ignored;
+    check({"", "kernel", "off"}, 3, [](const std::string & way, int i) {
+        const int ignored = std::array{SIGSEGV, SIGBUS, SIGUSR1}[std::size_t(i)];
+        signal(ignored, SIG_IGN);
+        EXPECT_EQ(readable(badPage(SIGSEGV)), way == "off");
+        for (const int each : {SIGSEGV, SIGBUS}) {
+            EXPECT_EQ(actionOf(each).sa_handler == (each == ignored ? SIG_IGN : SIG_DFL),
+                      !way.empty() || ignored != SIGUSR1);
         }
     });
 }
 
-// The look comes with thread set-up, or with the thousandth check after the one before.
+struct sigaction ours {};
+int handedOn = 0;
+
+// The look comes with thread set-up, or with the thousandth check after the one before. Up to then
+// a later handler gets the faults of checks, and may hand them on.
 TEST(PointerCheck, NoticesLaterHandlersAndBlockedSignals) {
-    check({""}, [](const std::string &) {
-        for (const int i : {0, 1, 2, 3, 4, 5, 6, 7}) {
-            const int fault = (i & 1) != 0 ? SIGSEGV : SIGBUS;
-            const bool blocks = (i & 2) != 0, bySetUp = (i & 4) != 0;
-            const auto changeAndLook = [=] {
-                constexpr auto later = [](int) { _exit(3); };
-                const char * const bad = badPage(fault);
-                const sigset_t faults = setOf(fault);
-                svcInitialize(0, 9, 0, 0, nullptr);
-                for (const int how : {SIG_BLOCK, SIG_UNBLOCK, SIG_BLOCK}) {
-                    EXPECT_EQ(pthread_sigmask(blocks ? how : SIG_UNBLOCK, &faults, nullptr), 0);
-                    if (!blocks) {
-                        signal(fault, later);
-                    }
-                    for (int n = 0; n < 999 && !bySetUp; ++n) {
-                        EXPECT_TRUE(writable(staticData));
-                    }
-                    EXPECT_EQ(bySetUp ? svcInitialize(0, 9, 0, 0, nullptr) : 0, 0);
-                    EXPECT_FALSE(readable(bad));
-                    EXPECT_FALSE(writable(bad));
-                    EXPECT_EQ(handlerOf(fault) == later, !blocks);
-                    std::thread([bad] { EXPECT_FALSE(readable(bad)); }).join(); // begins like this
-                }
-            };
-            EXPECT_EQ(endOfFork(changeAndLook).status, 0) << i;
-        }
-    });
-}
-
-struct sigaction chained {};
-
-TEST(PointerCheck, WorksBehindALaterHandlerThatHandsOn) {
-    check({""}, [](const std::string &) {
-        svcInitialize(0, 9, 0, 0, nullptr);
-        struct sigaction action {};
-        action.sa_flags = SA_SIGINFO;
-        action.sa_sigaction = [](int fault, siginfo_t * info, void * context) {
-            chained.sa_sigaction(fault, info, context);
+    check({""}, 8, [](const std::string &, int i) {
+        const int fault = (i & 1) != 0 ? SIGSEGV : SIGBUS;
+        const bool blocks = (i & 2) != 0, bySetUp = (i & 4) != 0;
+        const char * const bad = badPage(fault);
+        const sigset_t faults = setOf(fault);
+        struct sigaction later {};
+        later.sa_flags = SA_SIGINFO;
+        later.sa_sigaction = [](int signal, siginfo_t * info, void * context) {
+            ++handedOn;
+            ours.sa_sigaction(signal, info, context);
         };
-        EXPECT_EQ(sigaction(SIGSEGV, &action, &chained), 0);
-        EXPECT_FALSE(readable(badPage(SIGSEGV)));
+        svcInitialize(0, 9, 0, 0, nullptr);
+        EXPECT_EQ(blocks ? 0 : sigaction(fault, &later, &ours), 0);
+        EXPECT_FALSE(readable(bad));
+        EXPECT_EQ(handedOn, blocks ? 0 : 1);
+        for (const int how : {SIG_BLOCK, SIG_UNBLOCK, SIG_BLOCK}) {
+            EXPECT_EQ(pthread_sigmask(blocks ? how : SIG_UNBLOCK, &faults, nullptr), 0);
+            for (int n = 1; n < 999 && !bySetUp; ++n) {
+                EXPECT_TRUE(writable(staticData));
+            }
+            EXPECT_EQ(bySetUp ? svcInitialize(0, 9, 0, 0, nullptr) : 0, 0);
+            EXPECT_FALSE(readable(bad));
+            EXPECT_FALSE(writable(bad));
+            std::thread([bad] { EXPECT_FALSE(readable(bad)); }).join(); // begins like this
+        }
+        EXPECT_EQ(handedOn, blocks ? 0 : 1);
+        EXPECT_EQ(actionOf(fault).sa_sigaction == later.sa_sigaction, !blocks);
     });
 }
 
@@ -326,9 +317,9 @@ const std::pair<int, void (*)()> causes[] = {
     {SIGBUS, [] { sigqueue(getpid(), SIGBUS, sigval{42}); }},
 };
 
-// The flags of the handler that was there first, as bits; before them none was.
-constexpr int none = -1;
+// The flags of the handler that was there first, as bits.
 constexpr int flags[] = {SA_SIGINFO, SA_NODEFER, SA_ONSTACK, static_cast<int>(SA_RESETHAND)};
+constexpr int none = 16; // none was
 
 void faultTwice(int former, int fault, void (*make)()) {
     const stack_t stack{ownStack, 0, sizeof ownStack};
@@ -353,27 +344,24 @@ void faultTwice(int former, int fault, void (*make)()) {
 
 // What the application sees without any check, it must see with checks as well.
 TEST(PointerCheck, ForeignFaultsTakeTheirOwnCourse) {
-    check({""}, [](const std::string &) {
+    check({""}, none + 1, [](const std::string &, int former) {
         setLimit(RLIMIT_CORE, 0);
-        for (int former = none; former != 1 << std::size(flags); ++former) {
-            const int reports = former == none ? 0 : former < 8 ? 2 : 1;
-            for (const auto & cause : causes) {
-                std::string courses[2];
-                for (const bool each : {false, true}) {
-                    checks = each;
-                    told = map(1, PROT_READ | PROT_WRITE, fileOf(page));
-                    const End end =
-                        endOfFork([&] { faultTwice(former, cause.first, cause.second); });
-                    EXPECT_EQ(end.status, reports == 2 ? 0 : cause.first);
-                    courses[each] = told;
-                    if (reports != 2) {
-                        courses[each] += std::to_string(end.stop.instruction_pointer) + " code " +
-                                         std::to_string(end.fault.si_code);
-                    }
+        const int reports = former == none ? 0 : former < 8 ? 2 : 1;
+        for (const auto & cause : causes) {
+            std::string courses[2];
+            for (const bool each : {false, true}) {
+                checks = each;
+                told = map(1, PROT_READ | PROT_WRITE, fileOf(page));
+                const End end = endOfFork([&] { faultTwice(former, cause.first, cause.second); });
+                EXPECT_EQ(end.status, reports == 2 ? 0 : cause.first);
+                courses[each] = told;
+                if (reports != 2) {
+                    courses[each] += std::to_string(end.stop.instruction_pointer) + " code " +
+                                     std::to_string(end.fault.si_code);
                 }
-                EXPECT_EQ(std::count(courses[0].begin(), courses[0].end(), '\n'), reports);
-                EXPECT_EQ(courses[0], courses[1]) << former;
             }
+            EXPECT_EQ(std::count(courses[0].begin(), courses[0].end(), '\n'), reports);
+            EXPECT_EQ(courses[0], courses[1]);
         }
     });
 }
@@ -449,32 +437,25 @@ TEST_F(Trace, Lines) {
 
 TEST_F(Trace, LinesOfManyThreadsAndProcessesNeverMix) {
     run("ZBCOMMON_TRACE", path, [](const std::string & trace) {
-        const auto text = [](int n) {
-            return std::to_string(n % 4) + std::string(n / 4 * 10, 'x');
+        const auto traceAll = [] {
+            for (std::size_t n = 0; n < 100; ++n) {
+                trcText(std::string(n * 10, 'x').c_str());
+            }
         };
         setLimit(RLIMIT_NOFILE, 50); // nothing stays open behind a line
         const bool isParent = fork() != 0 && fork() != 0;
-        std::multiset<std::string> expected;
-        {
-            std::vector<std::jthread> threads;
-            for (int thread = 0; thread < 4; ++thread) {
-                threads.emplace_back([&text, thread] {
-                    for (int n = thread; n < 400; n += 4) {
-                        trcText(text(n).c_str());
-                    }
-                });
-            }
-        }
+        { const std::jthread first(traceAll), second(traceAll), third(traceAll), last(traceAll); }
         if (!isParent) {
             _exit(0);
         }
-        wait(nullptr);
-        wait(nullptr);
-        for (int n = 0; n < 1200; ++n) {
-            expected.insert(" 0 text " + text(n % 400));
+        while (wait(nullptr) != -1) {
         }
-        const Texts found = lines(trace, " 0 text ");
-        EXPECT_EQ(std::multiset<std::string>(found.begin(), found.end()), expected);
+        Texts found = lines(trace, " 0 text "), expected;
+        for (std::size_t n = 0; n < 100; ++n) {
+            expected.insert(expected.end(), 12, " 0 text " + std::string(n * 10, 'x'));
+        }
+        std::sort(found.begin(), found.end());
+        EXPECT_EQ(found, expected);
     });
 }
 
@@ -562,12 +543,12 @@ TEST_F(Trace, GoesOnWhenThereIsRoomAgain) {
 TEST(Thread, SlotIsFilledBySetUpAlone) {
     std::set<void *> contexts;
     const auto setUp = [&contexts] {
-        contexts.insert(pthread_getspecific(svcThreadSlot));
         unsigned char area[16];
-        EXPECT_EQ(svcInitialize(48, 1031, 0, 0, area), 0);
         contexts.insert(pthread_getspecific(svcThreadSlot));
-        EXPECT_EQ(svcInitialize(0, 9, 0, 0, nullptr), 0);
-        contexts.insert(pthread_getspecific(svcThreadSlot));
+        for (void * const each : {static_cast<void *>(area), static_cast<void *>(nullptr)}) {
+            EXPECT_EQ(svcInitialize(48, 1031, 0, 0, each), 0);
+            contexts.insert(pthread_getspecific(svcThreadSlot));
+        }
     };
     setUp();
     std::thread(setUp).join();

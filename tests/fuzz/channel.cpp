@@ -27,33 +27,14 @@ struct Channel : ZebChl {
     }
 };
 
-// A text in the record.
-struct Field {
-    bool (ZebChl::*set)(const char *);
-    ZebStr (ZebChl::*get)() const;
-    size_t offset, width;
-};
-const Field fields[] = {
-    {&ZebChl::setChannelName, &ZebChl::channelName, 0, 20},
-    {&ZebChl::setConnectionName, &ZebChl::connectionName, 1024, 264},
-    {&ZebChl::setLocalAddress, &ZebChl::localAddress, 1740, 48},
-    {&ZebChl::setModeName, &ZebChl::modeName, 232, 8},
-    {&ZebChl::setPassword, &ZebChl::password, 996, 12},
-    {&ZebChl::setSecurityExitName, &ZebChl::securityExitName, 328, 128},
-    {&ZebChl::setSecurityUserData, &ZebChl::securityUserData, 856, 32},
-    {&ZebChl::setSslCipherSpecification, &ZebChl::sslCipherSpecification, 1688, 32},
-    {&ZebChl::setTransactionProgramName, &ZebChl::transactionProgramName, 240, 64},
-    {&ZebChl::setUserId, &ZebChl::userId, 984, 12},
-};
-
 // What there is of each exit, both in arrays of slots.
 enum Part { name, data };
 constexpr size_t slotWidths[] = {128, 32};
 using Exit = std::array<string, 2>;
 using Exits = std::vector<Exit>;
 
-// What there is twice: first for receiving and for headers, then for sending and for messages. The
-// operations on exits are there for each part of them.
+// The operations that there are twice, those on exits for each part of them; and where the record
+// has the compressions.
 struct Half {
     size_t (ZebChl::*count)() const;
     ZebStr (ZebChl::*readFirst[2])();
@@ -66,50 +47,32 @@ struct Half {
     size_t (ZebChl::*compressionCount)() const;
     bool (ZebChl::*compression)(size_t, std::int32_t[]) const;
     bool (ZebChl::*setCompression)(size_t, const std::int32_t[]);
-    size_t compressionAt, compressionSize; // in the record
+    size_t compressionAt, compressionSize;
 };
-const Half halves[] = {
-    {&ZebChl::receiveExitCount,
-     {&ZebChl::receiveExitName, &ZebChl::receiveUserData},
-     {&ZebChl::receiveExitNames, &ZebChl::receiveUserData},
-     {&ZebChl::setReceiveExitName, &ZebChl::setReceiveUserData},
-     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
-     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
-     {&ZebChl::setReceiveExitNames, &ZebChl::setReceiveUserData},
-     {&ZBCD::receiveExitNameArray, &ZBCD::receiveUserDataArray},
-     &ZebChl::headerCompressionCount,
-     &ZebChl::headerCompression,
-     &ZebChl::setHeaderCompression,
-     1792,
-     8},
-    {&ZebChl::sendExitCount,
-     {&ZebChl::sendExitName, &ZebChl::sendUserData},
-     {&ZebChl::sendExitNames, &ZebChl::sendUserData},
-     {&ZebChl::setSendExitName, &ZebChl::setSendUserData},
-     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
-     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
-     {&ZebChl::setSendExitNames, &ZebChl::setSendUserData},
-     {&ZBCD::sendExitNameArray, &ZBCD::sendUserDataArray},
-     &ZebChl::messageCompressionCount,
-     &ZebChl::messageCompression,
-     &ZebChl::setMessageCompression,
-     1800,
-     64},
-};
-
-void takeBlock() {
-    if (step.storage.strikes()) {
-        throw std::bad_alloc();
+#define HALF(way, Way, part, Part, at, size)                                                       \
+    {                                                                                              \
+        &ZebChl::way##ExitCount, {&ZebChl::way##ExitName, &ZebChl::way##UserData},                 \
+            {&ZebChl::way##ExitNames, &ZebChl::way##UserData},                                     \
+            {&ZebChl::set##Way##ExitName, &ZebChl::set##Way##UserData},                            \
+            {&ZebChl::set##Way##ExitNames, &ZebChl::set##Way##UserData},                           \
+            {&ZebChl::set##Way##ExitNames, &ZebChl::set##Way##UserData},                           \
+            {&ZebChl::set##Way##ExitNames, &ZebChl::set##Way##UserData},                           \
+            {&ZBCD::way##ExitNameArray, &ZBCD::way##UserDataArray},                                \
+            &ZebChl::part##CompressionCount, &ZebChl::part##Compression,                           \
+            &ZebChl::set##Part##Compression, at, size                                              \
     }
+const Half halves[] = {HALF(receive, Receive, header, Header, 1792, 8),
+                       HALF(send, Send, message, Message, 1800, 64)};
+
+bool takeBlock() {
+    return step.storage.strikes() ? throw std::bad_alloc() : true;
 }
 
 void obtain(Exits & list, size_t count) {
     list.clear();
-    if (count != 0) {
-        takeBlock();
-        takeBlock();
+    if (count != 0 && takeBlock() && takeBlock()) {
+        list.assign(count, {zeros(slotWidths[name]), zeros(slotWidths[data])});
     }
-    list.resize(count);
 }
 
 // What a reader gives of a field: up to its first zero byte, without trailing blanks.
@@ -128,12 +91,10 @@ struct Model : TracedCodes {
     string record; // all other bytes
 
     bool copy(string & field, const Entry & text, size_t width) {
-        if (width != 0 && !check(2, width, "ZebString::copy (error): target buffer error",
-                                 ZBRC_TARGET_BUFFER_ERROR)) {
-            return false;
-        }
-        if (text && !check(1, 1, "ZebString::copy (error): source buffer error",
-                           ZBRC_SOURCE_BUFFER_ERROR)) {
+        if ((width != 0 && !check(2, width, "ZebString::copy (error): target buffer error",
+                                  ZBRC_TARGET_BUFFER_ERROR)) ||
+            (text && !check(1, 1, "ZebString::copy (error): source buffer error",
+                            ZBRC_SOURCE_BUFFER_ERROR))) {
             return false;
         }
         if (width != 0 && text.value_or("").size() > width) {
@@ -146,32 +107,23 @@ struct Model : TracedCodes {
         string field;
         return copy(field, text, width) && (record.replace(offset, width, field), true);
     }
-    bool setNames(Exits & list, const Entries & names) {
-        for (const Entry & text : names) {
+    // Names make the list and leave it without data.
+    bool set(Exits & list, Part part, Entries texts) {
+        for (const Entry & text : part == name ? texts : Entries()) {
             if (!text || text->empty()) {
                 return report(text ? ZBRC_DATA_LENGTH_ERROR : ZBRC_NULL_POINTER);
             }
         }
-        if (names.size() != list.size()) {
-            obtain(list, names.size());
-        }
-        for (size_t i = 0; i < names.size(); ++i) {
-            if (!copy(list[i][name], names[i], 128) || !copy(list[i][data], {}, 32)) {
-                return false;
-            }
-        }
-        return true;
-    }
-    bool set(Exits & list, Part part, Entries texts) {
-        if (part == name) {
-            return setNames(list, texts);
-        }
-        if (texts.size() > list.size()) {
+        if (part == data && texts.size() > list.size()) {
             return report(ZBRC_USER_DATA_COUNT_ERROR);
+        }
+        if (part == name && texts.size() != list.size()) {
+            obtain(list, texts.size());
         }
         texts.resize(list.size());
         for (size_t i = 0; i < list.size(); ++i) {
-            if (!copy(list[i][data], texts[i], 32)) {
+            if ((part == name && !copy(list[i][name], texts[i], 128)) ||
+                !copy(list[i][data], part == data ? texts[i] : Entry(), 32)) {
                 return false;
             }
         }
@@ -197,14 +149,9 @@ struct Model : TracedCodes {
         return isRead;
     }
     bool setPeer(const Entry & text) {
-        if (string block; text) {
-            if (!copy(block, text, 0)) {
-                return false;
-            }
-            takeBlock();
-            if (!copy(block, text, text->size())) {
-                return false;
-            }
+        string block;
+        if (text && !(copy(block, text, 0) && takeBlock() && copy(block, text, text->size()))) {
+            return false;
         }
         peer = text;
         return true;
@@ -232,30 +179,28 @@ struct Model : TracedCodes {
         const ::ZBCD & real = channel.record();
         CHECK(areThoseOf(channel));
         CHECK(channel.rest() == record);
-        for (const Field & field : fields) {
-            CHECK(textOf((channel.*field.get)()) ==
-                  stripped(record.substr(field.offset, field.width)));
-        }
+        CHECK(textOf(channel.connectionName()) == stripped(record.substr(1024, 264)));
         for (const size_t at : {0U, 1U}) {
             const Half & half = halves[at];
             const Exits & list = lists[at];
             CHECK((channel.*half.count)() == list.size());
             for (const Part part : {name, data}) {
-                const char * const array = real.*half.array[part];
-                const size_t width = slotWidths[part];
-                CHECK((array == nullptr) == list.empty());
-                for (size_t i = 0; i < list.size(); ++i) {
-                    CHECK(string(array + width * i, width) == fitted(list[i][part], width, '\0'));
+                string slots;
+                for (const Exit & exit : list) {
+                    slots += exit[part];
                 }
+                const char * const array = real.*half.array[part];
+                CHECK((array == nullptr) == list.empty());
+                CHECK(string(array, slots.size()) == slots);
             }
-            const string slots = record.substr(half.compressionAt, half.compressionSize);
+            const string entries = record.substr(half.compressionAt, half.compressionSize);
             CHECK((channel.*half.compressionCount)() ==
-                  std::min(slots.find(word(-1)), slots.size()) / 4);
+                  std::min(entries.find(word(-1)), entries.size()) / 4);
         }
         const string peerName = peer.value_or("");
         CHECK((real.sslPeerNamePointer != nullptr) == peer.has_value());
         CHECK(real.sslPeerNameLength == static_cast<std::int32_t>(peerName.size()));
-        CHECK(!peer || string(real.sslPeerNamePointer, peerName.size()) == peerName);
+        CHECK(string(real.sslPeerNamePointer, peerName.size()) == peerName);
         CHECK(textOf(channel.sslPeerName()) == stripped(peerName));
     }
 };
@@ -305,7 +250,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
         Model & model = pair.model;
         Channel & channel = *pair.channel;
         Exits & list = model.lists[side];
-        const Field & field = fields[where % 128 / 9 % std::size(fields)];
         std::unique_ptr<Channel> copy;
 
         Entries entries(input.byte() % 5);
@@ -333,13 +277,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
         const size_t some = where % 2 == 0 ? beyond : count;
 
         // A caller's list of compressions, which ends with its memory.
-        const string given = input.bytes(input.byte() % 20);
-        const size_t length = given.size();
-        const size_t taken = std::min(4 * length, half.compressionSize);
         string held;
-        for (const char value : given) {
+        for (const char value : input.bytes(input.byte() % 20)) {
             held += word(static_cast<std::uint8_t>(value) % 9 - 1);
         }
+        const size_t length = held.size() / 4;
+        const size_t taken = std::min(held.size(), half.compressionSize);
         const PageEnd memory(held);
         auto * const values =
             length != 0 ? reinterpret_cast<std::int32_t *>(memory.data()) : nullptr;
@@ -379,11 +322,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
              },
              [] { return true; }},
             {[&] { return channel.setSslPeerName(text); }, [&] { return model.setPeer(first); }},
-            {[&] { return (channel.*field.set)(text); },
-             [&] { // the connection name has a short field as well, set first
-                 return (field.offset != 1024 || model.setField(192, 20, first)) &&
-                        model.setField(field.offset, field.width, first);
-             }},
+            {[&] { return channel.setConnectionName(text); }, // a short field as well, set first
+             [&] { return model.setField(192, 20, first) && model.setField(1024, 264, first); }},
             {[&] { return (channel.*half.setCompression)(length, values); },
              [&] {
                  model.record.replace(half.compressionAt, half.compressionSize,

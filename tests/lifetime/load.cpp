@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include <dlfcn.h>
 #include <malloc.h>
@@ -17,24 +16,20 @@ extern "C" void ZebMgrCleanUp() {
 
 namespace {
 
-// A function of the library by its link name; a member takes the object in front.
-template <class Function> Function * find(void * library, const char * name) {
-    return reinterpret_cast<Function *>(dlsym(library, name));
+// Calls a function of the library by its link name; a member takes the object in front.
+template <class Result = void, class... Argument>
+Result call(void * library, const char * name, Argument... arguments) {
+    return reinterpret_cast<Result (*)(Argument...)>(dlsym(library, name))(arguments...);
 }
 
 bool use(void * library) {
-    const auto construct = find<void(void *, const char *)>(library, "_ZN6ZebStrC1EPKc");
-    const auto copyOut =
-        find<bool(void *, char *, std::size_t, char)>(library, "_ZN6ZebStr7copyOutEPcmc");
-    const auto destroy = find<void(void *)>(library, "_ZN6ZebStrD1Ev");
-    if (construct == nullptr || copyOut == nullptr || destroy == nullptr) {
-        return false;
-    }
     alignas(ZebStr) unsigned char object[sizeof(ZebStr)];
+    void * const text = object;
     char field[8];
-    construct(object, "text");
-    const bool done = copyOut(object, field, sizeof field, '.');
-    destroy(object);
+    call(library, "_ZN6ZebStrC1EPKc", text, "text");
+    const bool done =
+        call<bool>(library, "_ZN6ZebStr7copyOutEPcmc", text, field + 0, sizeof field, '.');
+    call(library, "_ZN6ZebStrD1Ev", text);
     return done && std::memcmp(field, "text....", sizeof field) == 0;
 }
 
@@ -44,22 +39,14 @@ int main(int count, char ** arguments) {
     std::size_t inUse = 0;
     for (int round = 0; round < 1100; ++round) {
         void * library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr || (count > 2 && !use(library))) {
-            std::printf("round %d: the library doesn't work\n", round);
+        const bool works = library != nullptr && (count == 2 || use(library));
+        if (!works || dlclose(library) != 0 || dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD)) {
+            std::printf("round %d: the library doesn't %s\n", round, works ? "go" : "work");
             return 1;
         }
-        dlclose(library);
-        if (dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD) != nullptr) {
-            std::printf("round %d: the library stays loaded\n", round);
-            return 1;
-        }
-        if (round == 99) {
-            inUse = mallinfo2().uordblks;
-        }
+        inUse = round == 99 ? mallinfo2().uordblks : inUse;
     }
-    if (mallinfo2().uordblks > inUse) {
-        std::printf("%zu bytes lost\n", mallinfo2().uordblks - inUse);
-        return 1;
-    }
-    return 0;
+    const std::size_t now = mallinfo2().uordblks;
+    std::printf("%zu bytes in use, %zu at the beginning\n", now, inUse);
+    return now > inUse ? 1 : 0;
 }

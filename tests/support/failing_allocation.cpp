@@ -10,24 +10,20 @@ namespace {
 // Relaxed, so that counting orders no two threads that the library left unordered.
 std::atomic<std::ptrdiff_t> blocksInUse{0};
 
-thread_local int ownDepth = 0;
-thread_local std::size_t asked = 0;
-thread_local std::size_t toFailure = 0; // 0: none is to fail
-thread_local bool fromThereOn = false;
-thread_local bool hasFailed = false;
-
 void * allocate(std::size_t size) noexcept {
-    if (ownDepth == 0) {
-        ++asked;
-        if (toFailure == 1) {
-            toFailure = fromThereOn ? 1 : 0;
-            hasFailed = true;
+    AllocationState & state = allocationState;
+    const bool isOwn = state.ownDepth != 0;
+    if (!isOwn) {
+        ++state.asked;
+        if (state.toFailure == 1) {
+            state.toFailure = state.fromThereOn ? 1 : 0;
+            state.hasFailed = true;
             return nullptr;
         }
-        toFailure = toFailure != 0 ? toFailure - 1 : 0;
+        state.toFailure -= state.toFailure != 0 ? 1 : 0;
     }
     void * const block = std::malloc(size != 0 ? size : 1);
-    if (block != nullptr && ownDepth == 0) {
+    if (block != nullptr && !isOwn) {
         blocksInUse.fetch_add(1, std::memory_order_relaxed);
     }
     return block;
@@ -39,7 +35,7 @@ void * allocateOrThrow(std::size_t size) {
 }
 
 void release(void * block) noexcept {
-    if (block != nullptr && ownDepth == 0) {
+    if (block != nullptr && allocationState.ownDepth == 0) {
         blocksInUse.fetch_sub(1, std::memory_order_relaxed);
     }
     std::free(block);
@@ -49,34 +45,6 @@ void release(void * block) noexcept {
 
 std::ptrdiff_t liveBlocks() {
     return blocksInUse.load(std::memory_order_relaxed);
-}
-
-AllocationTally::AllocationTally() : before_(asked) {}
-
-std::size_t AllocationTally::count() const {
-    return asked - before_;
-}
-
-FailAllocations::FailAllocations(std::size_t n, Extent extent) {
-    toFailure = n;
-    fromThereOn = extent == fromThere;
-    hasFailed = false;
-}
-
-bool FailAllocations::failed() const {
-    return hasFailed;
-}
-
-void FailAllocations::stop() {
-    toFailure = 0;
-}
-
-OwnAllocations::OwnAllocations() {
-    ++ownDepth;
-}
-
-OwnAllocations::~OwnAllocations() {
-    --ownDepth;
 }
 
 }

@@ -9,15 +9,22 @@ namespace support {
 /// How many blocks of the global operators are in use, in the whole process.
 std::ptrdiff_t liveBlocks();
 
+/// What the operators know of a thread.
+struct AllocationState {
+    std::size_t asked, toFailure; // with 0 to it none is to fail
+    bool fromThereOn, hasFailed;
+    int ownDepth;
+};
+inline constinit thread_local AllocationState allocationState{};
+
 /// How often the calling thread asked the global operators since the tally began, failures
 /// included.
 class AllocationTally {
 public:
-    AllocationTally();
-    std::size_t count() const;
+    std::size_t count() const { return allocationState.asked - before_; }
 
 private:
-    std::size_t before_;
+    std::size_t before_ = allocationState.asked;
 };
 
 /// While it lives, the n-th allocation of this thread from its beginning fails, 1 being the next:
@@ -27,23 +34,27 @@ class FailAllocations {
 public:
     enum Extent { once, fromThere };
 
-    explicit FailAllocations(std::size_t n, Extent extent = once);
+    explicit FailAllocations(std::size_t n, Extent extent = once) {
+        allocationState.toFailure = n;
+        allocationState.fromThereOn = extent == fromThere;
+        allocationState.hasFailed = false;
+    }
     ~FailAllocations() { stop(); }
     FailAllocations(const FailAllocations &) = delete;
     FailAllocations & operator=(const FailAllocations &) = delete;
 
     /// Whether an allocation has failed.
-    bool failed() const;
+    bool failed() const { return allocationState.hasFailed; }
     /// Ends the failing early, for the checks of a test.
-    void stop();
+    void stop() { allocationState.toFailure = 0; }
 };
 
 /// While it lives, this thread's allocations are the test support's own: neither tallied nor
 /// counted among the live blocks nor failed.
 class OwnAllocations {
 public:
-    OwnAllocations();
-    ~OwnAllocations();
+    OwnAllocations() { ++allocationState.ownDepth; }
+    ~OwnAllocations() { --allocationState.ownDepth; }
     OwnAllocations(const OwnAllocations &) = delete;
     OwnAllocations & operator=(const OwnAllocations &) = delete;
 };

@@ -2,7 +2,6 @@
 #define SUPPORT_PAGE_END_HPP
 
 #include <cstddef>
-#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -11,47 +10,37 @@
 
 namespace support {
 
-/// Memory that ends where an inaccessible page begins, and starts `size` bytes earlier: a read or
-/// write one byte past its end kills the process. The bytes are zero, or a copy of what is given.
+/// A copy of bytes in memory that ends where an inaccessible page begins: a read or write one byte
+/// past its end kills the process.
 class PageEnd {
 public:
-    explicit PageEnd(std::size_t size) : size_(size) {
-        const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        usable_ = (size + page - 1) / page * page;
-        mapped_ = usable_ + page;
-        void * map =
-            mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        map_ = static_cast<char *>(map);
-        if (map == MAP_FAILED || mprotect(map_ + usable_, page, PROT_NONE) != 0) {
-            throw std::bad_alloc();
-        }
+    explicit PageEnd(std::string_view bytes)
+        : size_(bytes.size()),
+          usable_((size_ + page - 1) / page * page),
+          map_(static_cast<char *>(mmap(nullptr, usable_ + page, PROT_READ | PROT_WRITE,
+                                        MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        protect(map_ + usable_, page, PROT_NONE);
+        bytes.copy(data(), size_);
     }
-
-    explicit PageEnd(std::string_view bytes) : PageEnd(bytes.size()) {
-        if (!bytes.empty()) {
-            std::memcpy(data(), bytes.data(), bytes.size());
-        }
-    }
-
-    ~PageEnd() { munmap(map_, mapped_); }
-
+    ~PageEnd() { munmap(map_, usable_ + page); }
     PageEnd(const PageEnd &) = delete;
     PageEnd & operator=(const PageEnd &) = delete;
 
     char * data() const { return map_ + usable_ - size_; }
     std::size_t size() const { return size_; }
     /// Lets the memory be read only; writes kill the process from now on.
-    void makeReadOnly() {
-        if (usable_ != 0 && mprotect(map_, usable_, PROT_READ) != 0) {
+    void makeReadOnly() { protect(map_, usable_, PROT_READ); }
+
+private:
+    static void protect(char * pages, std::size_t size, int protection) {
+        if (size != 0 && mprotect(pages, size, protection) != 0) {
             throw std::bad_alloc();
         }
     }
 
-private:
-    std::size_t size_;
-    std::size_t usable_ = 0;
-    std::size_t mapped_ = 0;
-    char * map_ = nullptr;
+    static inline const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t size_, usable_;
+    char * map_;
 };
 
 }

@@ -12,34 +12,15 @@
 #include <pthread.h>
 
 namespace support {
+
+constinit Recording::State Recording::state;
+
 namespace {
 
-// What the stand-in is told and what it has noted. Used through `locked` alone while `recording`
-// is set; nobody looks at it otherwise.
-struct Record {
-    Texts lines;
-    std::vector<const void *> pointers;
-    std::size_t checksToRefusal = 0;
-    const void * refusedAddress = nullptr;
-    bool refuseSetUp = false;
-};
-
+Recording::State & state = Recording::state;
 std::atomic<bool> recording{false};
 std::mutex guard;
-Record record;
-
 thread_local char context;
-
-template <class Use> auto locked(const Use & use) {
-    const std::lock_guard<std::mutex> lock(guard);
-    return use(record);
-}
-
-bool touches(const void * pointer, std::size_t length, const void * address) {
-    const auto start = reinterpret_cast<std::uintptr_t>(pointer);
-    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
-    return address != nullptr && wanted >= start && wanted - start < length;
-}
 
 // Notes a call while a Recording lives, and says whether one does.
 template <class... Number>
@@ -48,19 +29,21 @@ bool note(const char * line, const void * pointer, const char * end, Number... n
         return false;
     }
     const OwnAllocations own;
-    locked([&](Record & all) {
-        all.lines.emplace_back(line);
-        ((all.lines.back() += ' ' + std::to_string(numbers)), ...);
-        all.lines.back() += end;
-        all.pointers.push_back(pointer);
-    });
+    const std::lock_guard<std::mutex> lock(guard);
+    state.lines.emplace_back(line);
+    ((state.lines.back() += ' ' + std::to_string(numbers)), ...);
+    state.lines.back() += end;
+    state.pointers.push_back(pointer);
     return true;
 }
 
-void begin(bool records) {
-    const OwnAllocations own;
-    locked([](Record & all) { all = Record(); });
-    recording = records;
+bool isRefused(const void * pointer, std::size_t length) {
+    const std::lock_guard<std::mutex> lock(guard);
+    const bool isNext = state.checksToRefusal == 1;
+    state.checksToRefusal -= state.checksToRefusal != 0 ? 1 : 0;
+    const auto start = reinterpret_cast<std::uintptr_t>(pointer);
+    const auto address = reinterpret_cast<std::uintptr_t>(state.refusedAddress);
+    return isNext || (address != 0 && address >= start && address - start < length);
 }
 
 // Ahead of the static objects of the test program, which may already trace.
@@ -74,50 +57,26 @@ __attribute__((constructor(101))) void prepare() {
 
 }
 
-Recording::Recording() {
-    begin(true);
-}
-
-Recording::~Recording() {
-    begin(false);
+void Recording::begin(bool records) {
+    const OwnAllocations own;
+    state = State();
+    recording = records;
 }
 
 void Recording::clear() {
     const OwnAllocations own;
-    locked([](Record & all) {
-        all.lines.clear();
-        all.pointers.clear();
-    });
-}
-
-Texts Recording::lines() const {
-    return locked([](const Record & all) { return all.lines; });
+    state.lines.clear();
+    state.pointers.clear();
 }
 
 Texts Recording::texts() const {
     Texts texts;
-    for (const std::string & line : lines()) {
+    for (const std::string & line : state.lines) {
         if (line.starts_with("text ")) {
             texts.push_back(line.substr(5));
         }
     }
     return texts;
-}
-
-std::vector<const void *> Recording::pointers() const {
-    return locked([](const Record & all) { return all.pointers; });
-}
-
-void Recording::refuseCheck(std::size_t n) {
-    locked([n](Record & all) { all.checksToRefusal = n; });
-}
-
-void Recording::refuseAddress(const void * address) {
-    locked([address](Record & all) { all.refusedAddress = address; });
-}
-
-void Recording::refuseSetUp(bool refuse) {
-    locked([refuse](Record & all) { all.refuseSetUp = refuse; });
 }
 
 void forgetThread() {
@@ -130,7 +89,6 @@ const void * threadContext() {
 
 }
 
-using support::locked;
 using support::note;
 
 extern "C" {
@@ -140,22 +98,18 @@ std::uint32_t svcThreadSlot = 0;
 std::int32_t svcInitialize(std::uint16_t first, std::uint16_t second, std::uint32_t third,
                            std::uint32_t fourth, void * area) {
     const char * const rest = (third | fourth) != 0 ? " not zero" : area ? " area" : " null";
-    const bool refuse = note("set-up", area, rest, first, second) &&
-                        locked([](const auto & record) { return record.refuseSetUp; });
+    const bool isNoted = note("set-up", area, rest, first, second);
     if (area != nullptr) {
         std::memset(area, 0xA5, 16); // the caller promises 16 bytes and reads none of them
     }
-    return refuse ? 1 : pthread_setspecific(svcThreadSlot, &support::context);
+    return isNoted && support::state.refusesSetUp
+               ? 1
+               : pthread_setspecific(svcThreadSlot, &support::context);
 }
 
 std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {
-    const bool refuse =
-        note("check", pointer, "", mode, length) && locked([&](auto & record) {
-            const bool isNext = record.checksToRefusal == 1;
-            record.checksToRefusal -= record.checksToRefusal != 0 ? 1 : 0;
-            return isNext || support::touches(pointer, length, record.refusedAddress);
-        });
-    return refuse || pointer == nullptr ? 1 : 0;
+    const bool isNoted = note("check", pointer, "", mode, length);
+    return (isNoted && support::isRefused(pointer, length)) || pointer == nullptr ? 1 : 0;
 }
 
 void trcText(const char * text) {

@@ -14,11 +14,12 @@ using Texts = std::vector<std::string>;
 /// also notes every call, of any thread, in order, and refuses what it was told to refuse.
 ///
 /// Outside a Recording the stand-in takes no lock, so that it orders no two threads that the
-/// library left unordered. One Recording at a time.
+/// library left unordered. One Recording at a time, which is told and asked while no other thread
+/// calls.
 class Recording {
 public:
-    Recording();
-    ~Recording();
+    Recording() { begin(true); }
+    ~Recording() { begin(false); }
     Recording(const Recording &) = delete;
     Recording & operator=(const Recording &) = delete;
 
@@ -26,18 +27,31 @@ public:
     void clear();
     /// All calls, one line each: "set-up 48 1031 area", "check 1 172", "text ...", "entry 31 57",
     /// "exit 31 57 1". Numbers that must be zero are told where they are not.
-    Texts lines() const;
+    Texts lines() const { return state.lines; }
     /// The texts alone.
     Texts texts() const;
     /// What the calls pointed at: area, range, text or context of the thread.
-    std::vector<const void *> pointers() const;
+    std::vector<const void *> pointers() const { return state.pointers; }
 
     /// Refuses the n-th check from now on, 1 for the next, and only that one.
-    void refuseCheck(std::size_t n);
+    void refuseCheck(std::size_t n) { state.checksToRefusal = n; }
     /// Refuses every check whose range touches the byte at this address; null for none any more.
-    void refuseAddress(const void * address);
+    void refuseAddress(const void * address) { state.refusedAddress = address; }
     /// Lets svcInitialize leave the thread slot empty and say that it failed.
-    void refuseSetUp(bool refuse);
+    void refuseSetUp(bool refuse) { state.refusesSetUp = refuse; }
+
+    /// What the stand-in has noted and what it is told.
+    struct State {
+        Texts lines;
+        std::vector<const void *> pointers;
+        std::size_t checksToRefusal = 0;
+        const void * refusedAddress = nullptr;
+        bool refusesSetUp = false;
+    };
+    static State state;
+
+private:
+    static void begin(bool records);
 };
 
 /// Empties the calling thread's slot, as on a thread that was never seen.

@@ -3,10 +3,6 @@
 
 extern "C" {
 
-const char * __asan_default_options();
-const char * __ubsan_default_options();
-const char * __tsan_default_options();
-
 const char * __asan_default_options() {
     return "allocator_may_return_null=1:detect_stack_use_after_return=1:strict_string_checks=1";
 }
