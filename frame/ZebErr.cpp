@@ -3,8 +3,6 @@
 #include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 
-#include <new>
-
 ZebErr::ZebErr() = default;
 
 ZebErr::ZebErr(const ZebErr & source) = default;
@@ -35,11 +33,27 @@ void * ZebErr::operator new[](std::size_t size) {
     return ::operator new[](size);
 }
 
+void * ZebErr::operator new(std::size_t size, const std::nothrow_t & tag) noexcept {
+    return ::operator new(size, tag);
+}
+
+void * ZebErr::operator new[](std::size_t size, const std::nothrow_t & tag) noexcept {
+    return ::operator new[](size, tag);
+}
+
 void ZebErr::operator delete(void * block) noexcept {
     ::operator delete(block);
 }
 
 void ZebErr::operator delete[](void * block) noexcept {
+    ::operator delete[](block);
+}
+
+void ZebErr::operator delete(void * block, const std::nothrow_t &) noexcept {
+    ::operator delete(block);
+}
+
+void ZebErr::operator delete[](void * block, const std::nothrow_t &) noexcept {
     ::operator delete[](block);
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 namespace zeb {
 struct CodeWriter;
@@ -55,6 +56,18 @@ public:
     static void operator delete(void * block) noexcept;
     /// As operator new.
     static void operator delete[](void * block) noexcept;
+    /// As operator new, but null where there is no storage for the object.
+    static void * operator new(std::size_t size, const std::nothrow_t & tag) noexcept;
+    /// As operator new, but null where there is no storage for the objects.
+    static void * operator new[](std::size_t size, const std::nothrow_t & tag) noexcept;
+    /// As operator new; for an object whose constructor failed.
+    static void operator delete(void * block, const std::nothrow_t & tag) noexcept;
+    /// As operator new; for objects of which a constructor failed.
+    static void operator delete[](void * block, const std::nothrow_t & tag) noexcept;
+    /// An object where the caller has memory for it; nothing is allocated.
+    static void * operator new(std::size_t, void * place) noexcept { return place; }
+    /// Objects where the caller has memory for them; nothing is allocated.
+    static void * operator new[](std::size_t, void * place) noexcept { return place; }
 
 protected:
     /// Whether `length` bytes at `pointer` may be read. On a no: ZBRC_BUFFER_ERROR.
