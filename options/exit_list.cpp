@@ -1,5 +1,6 @@
 #include "options/exit_list.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "values/fixed_fields.hpp"
 
 #include <cstring>
@@ -10,8 +11,9 @@ namespace zeb {
 
 namespace {
 
+// A text that can't be read isn't known to be empty: it is refused when it is copied.
 bool isEmpty(const char * text) {
-    return *text == '\0';
+    return isUsable(text, 1, modeRead) && *text == '\0';
 }
 bool isEmpty(const ZebStr * string) {
     return string->length() == 0;
@@ -105,6 +107,11 @@ bool ExitList::setNames(ZebErr & channel, std::size_t count, const Entry names[]
             return report(channel, {nullptr, ZBRC_DATA_LENGTH_ERROR});
         }
     }
+    return replaceNames(channel, count, names);
+}
+
+template <class Entry>
+bool ExitList::replaceNames(ZebErr & channel, std::size_t count, const Entry names[]) const {
     if (count != this->count()) {
         clear();
         if (count != 0) {
@@ -121,7 +128,7 @@ bool ExitList::setNames(ZebErr & channel, std::size_t count, const Entry names[]
 
 bool ExitList::setName(ZebErr & channel, const char * name) const {
     const bool isNone = name == nullptr || isEmpty(name);
-    return setNames(channel, isNone ? 0 : 1, &name);
+    return replaceNames(channel, isNone ? 0 : 1, &name);
 }
 
 template <class Entry>

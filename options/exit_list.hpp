@@ -52,6 +52,9 @@ private:
         : count_(count), names_(names), userData_(userData) {}
 
     void obtain(std::size_t count) const;
+    /// As setNames, with names that were looked at.
+    template <class Entry>
+    bool replaceNames(ZebErr & channel, std::size_t count, const Entry names[]) const;
     ZebStr first(ZebErr & channel, const SlotArray & slots) const;
     bool read(ZebErr & channel, const SlotArray & slots, std::size_t count,
               ZebStr * const strings[]) const;

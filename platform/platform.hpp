@@ -48,8 +48,8 @@ inline void * TlsGetValue(std::uint32_t index) {
 }
 
 /// The function that this very module exports under the name, or null. What other modules export
-/// doesn't count, not even those that it is linked with. The module is this library where it is
-/// null, and may also be told by any address inside it.
+/// doesn't count, not even those that it is linked with. The handle is the one that DllMain got;
+/// whatever an application that calls DllMain itself has passed there, it stands for this module.
 FARPROC GetProcAddress(HMODULE module, const char * name);
 
 #pragma GCC visibility pop

@@ -3,52 +3,12 @@
 #include "platform/module.hpp"
 #include "platform/platform.hpp"
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
 
 namespace {
-
-// The loader's entry for the module in which the address lies, or null.
-link_map * moduleAt(const void * address) {
-    Dl_info info{};
-    void * entry = nullptr;
-    return dladdr1(address, &info, &entry, RTLD_DL_LINKMAP) != 0 ? static_cast<link_map *>(entry)
-                                                                 : nullptr;
-}
-
-struct Search {
-    link_map * known; // any entry of the list
-    const void * wanted;
-    link_map * found;
-};
-
-int searchList(dl_phdr_info *, std::size_t, void * data) {
-    auto & search = *static_cast<Search *>(data);
-    link_map * entry = search.known;
-    while (entry->l_prev != nullptr) {
-        entry = entry->l_prev;
-    }
-    while (entry != nullptr && entry != search.wanted) {
-        entry = entry->l_next;
-    }
-    search.found = entry;
-    return 1;
-}
-
-// A handle is believed only if it stands in the loader's list. The list stands still only inside
-// dl_iterate_phdr, whose lock dlopen and dlclose take to change it.
-link_map * entryOf(HMODULE module) {
-    link_map * const own = thisModule();
-    if (module == nullptr || module == own) {
-        return own;
-    }
-    Search search{own, module, nullptr};
-    dl_iterate_phdr(searchList, &search);
-    return search.found != nullptr ? search.found : moduleAt(module);
-}
 
 // A table of the module's dynamic section. The loader relocates the addresses in place, on the
 // systems that let it.
@@ -104,7 +64,11 @@ FARPROC exportOf(const link_map & module, const char * name) {
 
 link_map * thisModule() {
     static const char insideThisModule = 0;
-    return moduleAt(&insideThisModule);
+    Dl_info info{};
+    void * entry = nullptr;
+    return dladdr1(&insideThisModule, &info, &entry, RTLD_DL_LINKMAP) != 0
+               ? static_cast<link_map *>(entry)
+               : nullptr;
 }
 
 void InitializeCriticalSection(CRITICAL_SECTION * section) {
@@ -115,8 +79,8 @@ void InitializeCriticalSection(CRITICAL_SECTION * section) {
     pthread_mutexattr_destroy(&attributes);
 }
 
-FARPROC GetProcAddress(HMODULE module, const char * name) {
-    const link_map * const entry = name != nullptr ? entryOf(module) : nullptr;
+FARPROC GetProcAddress(HMODULE, const char * name) {
+    const link_map * const entry = name != nullptr ? thisModule() : nullptr;
     return entry != nullptr ? exportOf(*entry, name) : nullptr;
 }
 

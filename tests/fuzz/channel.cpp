@@ -107,13 +107,21 @@ struct Model : TracedCodes {
         string field;
         return copy(field, text, width) && (record.replace(offset, width, field), true);
     }
-    // Names make the list and leave it without data.
-    bool set(Exits & list, Part part, Entries texts) {
-        for (const Entry & text : part == name ? texts : Entries()) {
-            if (!text || text->empty()) {
+    // A text is looked at only where it can be read, a string at once.
+    bool isEmpty(const string & text, bool isString = false) {
+        step.lines.insert(step.lines.end(), isString ? 0 : 1, "check 1 1");
+        return (isString || !step.check.strikes()) && text.empty();
+    }
+    bool setNames(Exits & list, const Entries & texts, bool areStrings = false) {
+        for (const Entry & text : texts) {
+            if (!text || isEmpty(*text, areStrings)) {
                 return report(text ? ZBRC_DATA_LENGTH_ERROR : ZBRC_NULL_POINTER);
             }
         }
+        return set(list, name, texts);
+    }
+    // Names make the list and leave it without data.
+    bool set(Exits & list, Part part, Entries texts) {
         if (part == data && texts.size() > list.size()) {
             return report(ZBRC_USER_DATA_COUNT_ERROR);
         }
@@ -272,7 +280,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
         }
         const char * const text = texts[0];
         const Entry first = count != 0 ? entries[0] : Entry();
-        const Entries only = first && !first->empty() ? Entries{first} : Entries();
         const size_t beyond = count > 2 ? SIZE_MAX : size_t{1} << 31; // no list has so many
         const size_t some = where % 2 == 0 ? beyond : count;
 
@@ -301,11 +308,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
                  return model.read(list, part, one);
              }},
             {[&] { return (channel.*half.set[part])(count, texts.data()); },
-             [&] { return model.set(list, part, entries); }},
+             [&] {
+                 return part == name ? model.setNames(list, entries)
+                                     : model.set(list, part, entries);
+             }},
             {[&] { return (channel.*half.setStrings[part])(count, stringPointers.data()); },
-             [&] { return model.set(list, part, part == name ? entries : asStrings); }},
+             [&] {
+                 return part == name ? model.setNames(list, entries, true)
+                                     : model.set(list, part, asStrings);
+             }},
             {[&] { return (channel.*half.setFirst[part])(text); },
-             [&] { return model.set(list, part, part == name ? only : Entries{first}); }},
+             [&] {
+                 const bool isNone = part == name && (!first || model.isEmpty(*first));
+                 return model.set(list, part, isNone ? Entries() : Entries{first});
+             }},
             {[&] { return (channel.*half.set[part])(beyond, texts.data()); },
              [&] {
                  return model.report(part == name ? ZBRC_DATA_LENGTH_ERROR
@@ -313,7 +329,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, size_t size) {
              }},
             {[&] { return (channel.*half.setNull[part])(some, nullptr); },
              [&] { // as with null entries; any count beyond the list is like the next one
-                 return model.set(list, part, Entries(std::min(some, list.size() + 1)));
+                 const Entries nulls(std::min(some, list.size() + 1));
+                 return part == name ? model.setNames(list, nulls) : model.set(list, part, nulls);
              }},
             {[&] {
                  return (channel.*half.read[part])(some, nullptr) &&
