@@ -1,6 +1,6 @@
 // Sequences of operations on two messages, each against the model of a cache.
 #include "fuzz/cache_model.hpp"
-#include "zebbase.hpp"
+#include "fuzz/record_model.hpp"
 
 #include <array>
 #include <numeric>
@@ -29,6 +29,11 @@ std::size_t sizeFrom(std::size_t byte, const CacheModel & model) {
     return below + std::min(byte / 8 % 4, SIZE_MAX - below);
 }
 
+bool areOfOneDescription(const ZebMsg & one, const ZebMsg & other) {
+    return std::memcmp(&one.descriptor(), &other.descriptor(), sizeof(ZBMD)) == 0 &&
+           one.carriedWord() == other.carriedWord();
+}
+
 // Puts a header in front of the body, if there is room for it.
 bool putInFront(CacheModel & model, const std::string & record) {
     const std::string body(model.bufferPointer(), model.message);
@@ -46,15 +51,25 @@ bool putInFront(CacheModel & model, const std::string & record) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t size) {
     Input input(bytes, size);
     std::array<Pair, 2> pairs;
+    CHECK(pairs[0].message.carriedWord() == 0);
+    pairs[0].message.setCarriedWord(INT64_MIN);
+    pairs[0].message.setFeedback(5);
+    pairs[0].message.setFormat("FIRST");
     while (!input.ended()) {
         const std::uint8_t operation = input.byte();
         Pair &pair = pairs[operation >> 7], &other = pairs[operation >> 6 & 1];
         CacheModel & model = pair.model;
         const std::size_t n = sizeFrom(input.byte(), model), kept = std::min(n, 2 * longest);
         switch (const std::size_t action = operation % 16; action) {
-        case 13:
-            takeStep([&] { return pair.cache = other.cache, true; },
-                     [&] { return model.assign(other.model); });
+        case 13: // the whole message, or its cache alone
+            if ((operation & 0x10) != 0) {
+                takeStep([&] { return pair.message = other.message, true; },
+                         [&] { return model.assignWithMessage(other.model); });
+                CHECK(areOfOneDescription(pair.message, other.message));
+            } else {
+                takeStep([&] { return pair.cache = other.cache, true; },
+                         [&] { return model.assign(other.model); });
+            }
             break;
         case 14: {
             std::optional<ZebCac> copy;
@@ -67,10 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
         case 15: {
             ZebWih header;
             header.setServiceName("in front");
-            ZebMsg alone;
-            alone.setFormat(pair.message.format().text());
-            CHECK(alone.writeItem(header));
-            const std::string record(alone.bufferPointer(), sizeof(ZBWIH));
+            header.setFormat(pair.message.format().text());
+            const std::string record = model::imageOf(header);
             takeSoundStep([&] { return pair.message.writeItem(header); },
                           [&] { return putInFront(model, record); });
             break;

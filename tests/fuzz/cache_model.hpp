@@ -146,6 +146,16 @@ struct CacheModel : TracedCodes {
         return true;
     }
 
+    // As part of a message, which ends with the worse codes: the source's or what came of this.
+    bool assignWithMessage(CacheModel & source) {
+        const Codes former = source;
+        assign(source);
+        if (completion <= former.completion) {
+            Codes::operator=(former);
+        }
+        return true;
+    }
+
     // The counters are in order, and the cache has them and the codes.
     bool agreesWith(const ZebCac & cache) const {
         return offset <= message && message <= length && cache.dataOffset() == offset &&

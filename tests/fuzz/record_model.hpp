@@ -99,16 +99,31 @@ inline Outcome referenceOutcome(const std::string & data, std::size_t room,
     return {0, {}, taken, record};
 }
 
-/// The data from the cursor on.
+/// All data, and those from the cursor on.
+inline std::string dataOf(const ZebMsg & message) {
+    return std::string(message.bufferPointer(), message.messageLength());
+}
 inline std::string leftOf(const ZebMsg & message) {
-    const std::size_t cursor = message.dataOffset();
-    return std::string(message.bufferPointer() + cursor, message.messageLength() - cursor);
+    return dataOf(message).substr(message.dataOffset());
 }
 
-/// `former` is what the reader would have written before; the check of its record may be refused.
-inline Outcome outcomeOf(const Kind & kind, const ZebMsg & message, const std::string & former,
+/// What the item writes.
+inline std::string imageOf(ZebItm & item) {
+    ZebMsg message;
+    if (const auto * header = dynamic_cast<const ZebHdr *>(&item)) {
+        // Writing takes the description of the message, so that is made equal first.
+        message.setEncoding(header->encoding());
+        message.setCharacterSet(header->characterSet());
+        message.setFormat(header->format().text());
+    }
+    CHECK(item.copyOut(message));
+    return dataOf(message);
+}
+
+/// The check of the memory that is read to may be refused.
+inline Outcome outcomeOf(const Kind & kind, const ZebMsg & message, const ZebItm & reader,
                          bool isRefused) {
-    const std::string data = leftOf(message);
+    const std::string data = leftOf(message), former = imageOf(*kind.make(&reader));
     const std::string says = kind.name + "::pasteIn (error): wrong ";
     const bool isValue = kind.id.empty();
     if (!isValue && data.substr(0, 4) != kind.id) {
@@ -122,11 +137,20 @@ inline Outcome outcomeOf(const Kind & kind, const ZebMsg & message, const std::s
     if (std::memcmp(message.descriptor().format, kind.format.data(), 8) != 0) {
         return {6119, {says + "message format"}, 0, former};
     }
+    Outcome refused{2004, {"ZebError::checkWritePointer (error): buffer error"}, 0, former, true};
     if (isValue) {
-        return {0, {}, data.size(), kind.name == "ZebString" ? data.c_str() : data};
+        const auto * const text = dynamic_cast<const ZebStr *>(&reader);
+        if (data.empty() || !isRefused) {
+            const std::string taken = text != nullptr ? data.c_str() : data;
+            return {0, {}, data.size(), data.empty() && text != nullptr ? former : taken};
+        }
+        const bool hasRoom =
+            text != nullptr ? data.size() <= text->storage() : data.size() == former.size();
+        if (!hasRoom) { // what made room has lost its value
+            refused.record = text != nullptr ? "" : support::zeros(data.size());
+        }
+        return refused;
     }
-    const Outcome refused{
-        2004, {"ZebError::checkWritePointer (error): buffer error"}, 0, former, true};
     std::size_t length = kind.length;
     const bool isTih = kind.id == "TIH ";
     if (isTih && isRefused) { // already in the first of its two steps
@@ -158,26 +182,21 @@ inline Outcome outcomeOf(const Kind & kind, const ZebMsg & message, const std::s
     return outcome;
 }
 
-/// What the item writes.
-inline std::string imageOf(ZebItm & item) {
-    ZebMsg message;
-    if (const auto * header = dynamic_cast<const ZebHdr *>(&item)) {
-        // Writing takes the description of the message, so that is made equal first.
-        message.setEncoding(header->encoding());
-        message.setCharacterSet(header->characterSet());
-        message.setFormat(header->format().text());
-    }
-    CHECK(item.copyOut(message));
-    return std::string(message.bufferPointer(), message.messageLength());
-}
-
 /// Holds all that can be seen of reader and message after `pasteIn` against the model.
 template <class PasteIn>
 Outcome read(const Kind & kind, ZebMsg & message, ZebItm & reader, const PasteIn & pasteIn,
              bool isRefused = false) {
     const std::size_t cursor = message.dataOffset();
-    const Outcome outcome = outcomeOf(kind, message, imageOf(*kind.make(&reader)), isRefused);
+    const Outcome outcome = outcomeOf(kind, message, reader, isRefused);
     const bool isRead = outcome.reason == 0;
+    // A text makes room for the data, and then for a terminator, and never gives room back.
+    const auto * const text = dynamic_cast<const ZebStr *>(&reader);
+    std::size_t room = text != nullptr ? text->storage() : 0;
+    if (text != nullptr && outcome.reason != ZBRC_INCONSISTENT_FORMAT) {
+        const std::string left = leftOf(message);
+        const bool isOpen = isRead && !left.empty() && left.back() != '\0';
+        room = std::max(room, left.size() + (isOpen ? 1 : 0));
+    }
     // A record that is longer than the data takes up what the application's buffer holds behind
     // them, and otherwise zero bytes.
     const std::size_t held =
@@ -197,9 +216,10 @@ Outcome read(const Kind & kind, ZebMsg & message, ZebItm & reader, const PasteIn
     CHECK(onReader.areThoseOf(reader));
     CHECK((outcome.onMessage ? onReader : Codes()).areThoseOf(message));
     CHECK(message.dataOffset() == cursor + outcome.taken);
-    CHECK(std::string(message.bufferPointer(), message.messageLength()) == data);
+    CHECK(dataOf(message) == data);
     CHECK(std::memcmp(&message.descriptor(), &descriptor, sizeof descriptor) == 0);
     CHECK(imageOf(*kind.make(&reader)) == outcome.record && imageOf(reader) == outcome.record);
+    CHECK(text == nullptr || text->storage() == room);
     return outcome;
 }
 
