@@ -65,10 +65,9 @@ FARPROC exportOf(const link_map & module, const char * name) {
 link_map * thisModule() {
     static const char insideThisModule = 0;
     Dl_info info{};
-    void * entry = nullptr;
-    return dladdr1(&insideThisModule, &info, &entry, RTLD_DL_LINKMAP) != 0
-               ? static_cast<link_map *>(entry)
-               : nullptr;
+    void * entry = nullptr; // and so it stays where there is no module
+    dladdr1(&insideThisModule, &info, &entry, RTLD_DL_LINKMAP);
+    return static_cast<link_map *>(entry);
 }
 
 void InitializeCriticalSection(CRITICAL_SECTION * section) {

@@ -190,7 +190,7 @@ void checkPlaces(bool isOff, const char * stackOfOther) {
     }
 }
 
-void everyRange(const std::string & way, int) {
+void everyRange(const std::string & way) {
     const char here = 0;
     const auto checkAll = [&] {
         checkPlaces(way == "off", &here);
@@ -201,8 +201,10 @@ void everyRange(const std::string & way, int) {
 }
 
 TEST(PointerCheck, EveryRange) {
-    check({"", "kernel", "off"}, 1, everyRange);
-    everyRange("", 0); // with the handlers that sanitizers bring along
+    for (const char * way : {"", "kernel", "off"}) {
+        run("ZBCOMMON_POINTER_CHECK", way, everyRange);
+    }
+    everyRange(""); // with the handlers that sanitizers bring along
 }
 
 #if defined(__x86_64__) && defined(__LP64__)
