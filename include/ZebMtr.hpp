@@ -21,8 +21,8 @@ public:
     /// A tracker with five blocks of its own, assigned from the source.
     ZebMtr(const ZebMtr & source);
     ~ZebMtr() override;
-    /// Takes the source's codes and five values; a source field without storage gives zero bytes.
-    /// Writes where this object's pointers point. On itself, nothing.
+    /// Takes the source's codes and five values; a source field without storage, or one that can't
+    /// be read, gives zero bytes. Writes where this object's pointers point. On itself, nothing.
     void operator=(const ZebMtr & source);
 
     /// The accounting token: 32 bytes, or empty.

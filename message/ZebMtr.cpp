@@ -1,5 +1,6 @@
 #include "ZebMtr.hpp"
 
+#include "frame/pointer_check.hpp"
 #include "frame/report.hpp"
 #include "values/fixed_fields.hpp"
 
@@ -33,6 +34,12 @@ ZebBin valueOf(const unsigned char * field, std::size_t width) {
     return field != nullptr ? zeb::fieldBytes(field, width) : ZebBin();
 }
 
+// The bytes that valueOf would give, without a block for them; null where they can't be read.
+const unsigned char * readable(const unsigned char * field, std::size_t width) {
+    ZebErr codesOfTheValue;
+    return field != nullptr && zeb::mayRead(codesOfTheValue, field, width) ? field : nullptr;
+}
+
 } // namespace
 
 ZebMtr::ZebMtr() = default;
@@ -55,11 +62,11 @@ void ZebMtr::operator=(const ZebMtr & source) {
         return;
     }
     ZebErr::operator=(source);
-    setAccountingToken(source.accountingTokenField);
-    setCorrelationId(source.correlationIdField);
+    setAccountingToken(readable(source.accountingTokenField, tokenWidth));
+    setCorrelationId(readable(source.correlationIdField, idWidth));
     setFeedback(source.feedback());
-    setGroupId(source.groupIdField);
-    setMessageId(source.messageIdField);
+    setGroupId(readable(source.groupIdField, idWidth));
+    setMessageId(readable(source.messageIdField, idWidth));
 }
 
 ZebBin ZebMtr::accountingToken() const {

@@ -3,6 +3,7 @@
 #include "support/checks.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/page_end.hpp"
+#include "support/recording_zbcommon.hpp"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,21 @@ TEST(Tracker, IsEmptyUntilItIsSetOrCopied) {
         EXPECT_EQ(told((tracker.*get)()), " 0:0");
         EXPECT_EQ(told((ZebMtr(tracker).*get)()), zeros(isToken ? 32 : 24) + " 0:0");
     }
+}
+
+TEST(Tracker, TakesAValueThatCannotBeReadAsZeroBytes) {
+    ZebMsg source;
+    source.setMessageId(reinterpret_cast<const unsigned char *>(blanks(24).c_str()));
+    source.setGroupId(source.messageId());
+    ZebMtr target(source);
+    Recording recording;
+    recording.refuseCheck(3);
+    target = static_cast<ZebMtr &>(source);
+    EXPECT_EQ(recording.texts(), Texts{"ZebError::checkReadPointer (error): buffer error"});
+    recording.refuseCheck(0);
+    EXPECT_EQ(codes(target), "0:0");
+    EXPECT_EQ(bytesOf(target.groupId()), zeros(24));
+    EXPECT_EQ(bytesOf(target.messageId()), blanks(24));
 }
 
 // What a text whose terminator gets no storage was to take stays to be read.

@@ -91,14 +91,16 @@ public:
     void appendEscaped(const char * text) noexcept {
         constexpr std::string_view cutMark = "\\...";
         append(" ");
+        std::size_t lastCut = used; // behind what leaves room for the mark
         for (; *text != '\0'; ++text) {
-            const std::size_t before = used;
             appendCharacter(static_cast<unsigned char>(*text));
-            const std::size_t reserved = text[1] == '\0' ? 0 : cutMark.size();
-            if (used + reserved > bytes.size() - 1) {
-                used = before;
+            if (used > limit) {
+                used = lastCut;
                 append(cutMark);
                 return;
+            }
+            if (used + cutMark.size() <= limit) {
+                lastCut = used;
             }
         }
     }
@@ -133,7 +135,9 @@ private:
         }
     }
 
-    std::array<char, lineSize> bytes; // not cleared: only what was appended is written
+    static constexpr std::size_t limit = lineSize - 1; // behind it the line feed
+    // With room for one escaped character too many. Not cleared: only what was appended is written.
+    std::array<char, lineSize + 4> bytes;
     std::size_t used = 1;
 };
 
