@@ -45,7 +45,8 @@ void ZebDlh::operator=(const ZebDlh & source) {
 }
 
 bool ZebDlh::copyOut(ZebMsg & message) {
-    return zeb::writeHeader(*this, message, facts.format, {{&record_, sizeof record_}});
+    return zeb::writeHeader(*this, message, typeid(ZebDlh), facts.format,
+                            {{&record_, sizeof record_}});
 }
 
 bool ZebDlh::pasteIn(ZebMsg & message) {

@@ -45,7 +45,8 @@ void ZebHih::operator=(const ZebHih & source) {
 }
 
 bool ZebHih::copyOut(ZebMsg & message) {
-    return zeb::writeHeader(*this, message, facts.format, {{&record_, sizeof record_}});
+    return zeb::writeHeader(*this, message, typeid(ZebHih), facts.format,
+                            {{&record_, sizeof record_}});
 }
 
 bool ZebHih::pasteIn(ZebMsg & message) {

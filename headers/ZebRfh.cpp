@@ -94,7 +94,7 @@ bool ZebRfh::copyOut(ZebMsg & message) {
     const auto piece = [](const ZebStr & text, std::int32_t length) {
         return zeb::HeaderPiece{text.text(), static_cast<std::size_t>(length)};
     };
-    return zeb::writeHeader(*this, message, facts.format,
+    return zeb::writeHeader(*this, message, typeid(ZebRfh), facts.format,
                             {{&record_, sizeof record_},
                              piece(sourceEnvironment_, record_.sourceEnvironmentLength),
                              piece(sourceName_, record_.sourceNameLength),

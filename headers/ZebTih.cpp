@@ -94,7 +94,8 @@ bool ZebTih::copyOut(ZebMsg & message) {
     // keeps what it has written, and its former value where nothing came of it.
     const std::int32_t formerLength = record_->structureLength;
     record_->structureLength = static_cast<std::int32_t>(length);
-    if (!zeb::writeHeader(*this, message, facts.format, {{record_.get(), length}})) {
+    if (!zeb::writeHeader(*this, message, typeid(ZebTih), facts.format,
+                          {{record_.get(), length}})) {
         record_->structureLength = formerLength;
         return false;
     }

@@ -44,7 +44,8 @@ void ZebWih::operator=(const ZebWih & source) {
 }
 
 bool ZebWih::copyOut(ZebMsg & message) {
-    return zeb::writeHeader(*this, message, facts.format, {{&record_, sizeof record_}});
+    return zeb::writeHeader(*this, message, typeid(ZebWih), facts.format,
+                            {{&record_, sizeof record_}});
 }
 
 bool ZebWih::pasteIn(ZebMsg & message) {

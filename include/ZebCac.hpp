@@ -44,9 +44,10 @@ public:
     /// ends in ZBRC_BUFFER_NOT_AUTOMATIC. On itself, nothing.
     void operator=(const ZebCac & source);
 
-    /// Takes `length` bytes of the application's memory as a buffer without a message. With length
-    /// 0 the pointer is not looked at: a user buffer is given up, an automatic one kept, the
-    /// message empty. Codes: ZBRC_NULL_POINTER, ZBRC_BUFFER_ERROR (the range must be readable).
+    /// Takes `length` bytes of the application's memory as a buffer without a message. They must
+    /// not lie in the object's automatic buffer, which is released. With length 0 the pointer is
+    /// not looked at: a user buffer is given up, an automatic one kept, the message empty. Codes:
+    /// ZBRC_NULL_POINTER, ZBRC_BUFFER_ERROR (the range must be readable).
     bool useEmptyBuffer(const char * externalBuffer, std::size_t length);
     /// As useEmptyBuffer, and all `length` bytes are message data; the cursor is 0.
     bool useFullBuffer(const char * externalBuffer, std::size_t length);
@@ -72,8 +73,9 @@ public:
     bool read(std::size_t length, char *& externalBuffer);
     /// Copies `length` bytes of the application's memory to the cursor and moves the cursor; makes
     /// room as moreBytes does, overwrites what stands there, and lengthens the message where it
-    /// passes its end. Codes: those of moreBytes, ZBRC_NULL_POINTER, ZBRC_BUFFER_ERROR; growth
-    /// stands also where the pointer is then refused.
+    /// passes its end. The memory may lie in the buffer itself, also where that grows. Codes: those
+    /// of moreBytes, ZBRC_NULL_POINTER, ZBRC_BUFFER_ERROR; growth stands also where the pointer is
+    /// then refused.
     bool write(std::size_t length, const char * externalBuffer);
 
     /// Bytes from the cursor to the end of the message; 0 without a buffer.

@@ -111,8 +111,8 @@ struct ZBCD {
 /// Exits. Each direction has one list of exits: a name of up to 128 bytes and user data of up to 32
 /// for each. The send and the receive operations are the same in everything else. Their texts are
 /// filled up and cut as fields are, but read with their trailing blanks, and they must not lie in
-/// the channel's own arrays. Names are looked into before anything checks them, so each is null or
-/// readable memory.
+/// the channel's own arrays. Names are looked into before any is copied, and only where they can be
+/// read.
 ///
 /// Ownership. The channel owns its record, at one address for the channel's life, and behind the
 /// record the peer name and, for each list that is not empty, two arrays. Nothing is shared between

@@ -18,7 +18,9 @@
 /// room for the record at its cursor is refused with both unchanged. Where a user buffer has room
 /// for the record but not for the data behind it, the record alone remains and the data are lost.
 /// Storage is obtained before anything changes: without it message and header stay as they were
-/// (ZBRC_STORAGE_NOT_AVAILABLE).
+/// (ZBRC_STORAGE_NOT_AVAILABLE). An object of a class that an application derives from one of the
+/// headers takes each step by itself, with the data aside while its setters run: should the buffer
+/// then not grow for the data, the record alone remains.
 ///
 /// pasteIn tests the structure id, the message's encoding and the message's format, in this order
 /// (ZBRC_STRUCTURE_ID_ERROR, ZBRC_ENCODING_ERROR, ZBRC_INCONSISTENT_FORMAT), reads the record

@@ -131,7 +131,8 @@ public:
     ZebStr operator+(const ZebStr & right) const;
     /// As with a string.
     ZebStr operator+(char right) const;
-    /// As with a string, on a copy with this string's codes.
+    /// A copy of this string, appended to as by operator +=. A copy that can't be had is missing
+    /// from the result, whose codes then don't tell.
     ZebStr operator+(const char * right) const;
     /// As with a text; decimal.
     ZebStr operator+(std::int32_t right) const;

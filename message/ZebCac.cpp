@@ -213,8 +213,18 @@ bool ZebCac::read(std::size_t length, char *& externalBuffer) {
 }
 
 bool ZebCac::write(std::size_t length, const char * externalBuffer) {
-    if (!moreBytes(length)) {
-        return false;
+    if (length > bufferLength_ - dataOffset_) {
+        // Bytes of this very buffer move with it.
+        const std::size_t place = reinterpret_cast<std::uintptr_t>(externalBuffer) -
+                                  reinterpret_cast<std::uintptr_t>(bufferPointer_);
+        const bool isOwn = place < bufferLength_;
+        if (!moreBytes(length)) {
+            return false;
+        }
+        if (isOwn) {
+            defineUpTo(bufferLength_);
+            externalBuffer = bufferPointer_ + place;
+        }
     }
     if (length == 0) {
         return true;

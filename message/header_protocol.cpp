@@ -10,6 +10,18 @@
 
 namespace zeb {
 
+namespace {
+
+struct Release {
+    void operator()(char * block) const noexcept { releaseBlock(block); }
+};
+using Block = std::unique_ptr<char, Release>;
+
+constexpr Report noStorage{"ZebCache::resizeBuffer (error): storage not available",
+                           ZBRC_STORAGE_NOT_AVAILABLE};
+
+} // namespace
+
 /// Puts a header in front of the message in a buffer, with one move of the body.
 ///
 /// The result is that of these steps: make room for the header at the cursor, copy the message
@@ -31,17 +43,13 @@ public:
     bool write(std::initializer_list<HeaderPiece> pieces);
 
 private:
-    struct Release {
-        void operator()(char * block) const noexcept { releaseBlock(block); }
-    };
-
     bool accept(const void * source, std::size_t length);
     bool acceptBody(const char * body, std::size_t length);
 
     ZebCac & cache_;
     std::size_t frontLength_;
     std::size_t frontRoom_ = 0; // the buffer's length once there is room for the header
-    std::unique_ptr<char, Release> grown_;
+    Block grown_;
     std::size_t grownLength_ = 0;
     std::size_t grownBody_ = 0;
 };
@@ -64,8 +72,7 @@ bool FrontWriter::makeRoom() {
     }
     grown_.reset(obtainBlock(length));
     if (grown_ == nullptr) {
-        return report(cache_, {"ZebCache::resizeBuffer (error): storage not available",
-                               ZBRC_STORAGE_NOT_AVAILABLE});
+        return report(cache_, noStorage);
     }
     if (body != 0) {
         std::memcpy(grown_.get() + frontLength_, cache_.bufferPointer_, body);
@@ -94,14 +101,6 @@ bool FrontWriter::acceptBody(const char * body, std::size_t length) {
 }
 
 bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
-    // The header's own setters have run since the room was made. Should an override of them have
-    // changed the buffer, the room is made anew.
-    if (!cache_.automaticBuffer_) {
-        grown_.reset();
-    }
-    if (grown_ == nullptr && !makeRoom()) {
-        return false;
-    }
     const bool inPlace = grown_ == nullptr;
     const std::size_t bodyLength = inPlace ? cache_.messageLength_ : grownBody_;
     cache_.clearMessage();
@@ -153,22 +152,53 @@ template <class Target> void passFormat(const char (&field)[formatWidth], Target
                                                                   : nullptr);
 }
 
+/// Moves the description from the message into the header, and makes it that of the header.
+void passDescription(ZebHdr & header, ZebMsg & message, const char * format) {
+    header.setEncoding(message.encoding());
+    header.setCharacterSet(message.characterSet());
+    passFormat(message.descriptor().format, header);
+    describe(message, format);
+}
+
+/// The steps one by one, with the body aside: a class of the application's own may do anything to
+/// the message in its setters.
+bool writeStepwise(ZebHdr & header, ZebMsg & message, const char * format, std::size_t length,
+                   std::initializer_list<HeaderPiece> pieces) {
+    if (!message.moreBytes(length)) {
+        return false;
+    }
+    const std::size_t bodyLength = message.messageLength();
+    const Block body(obtainBlock(bodyLength));
+    if (body == nullptr) {
+        return report(message, noStorage);
+    }
+    std::copy_n(message.bufferPointer(), bodyLength, body.get());
+    passDescription(header, message, format);
+    message.clearMessage();
+    return std::all_of(pieces.begin(), pieces.end(),
+                       [&message](const HeaderPiece & piece) {
+                           return message.write(piece.length,
+                                                static_cast<const char *>(piece.data));
+                       }) &&
+           message.write(bodyLength, body.get());
+}
+
 } // namespace
 
-bool writeHeader(ZebHdr & header, ZebMsg & message, const char * format,
-                 std::initializer_list<HeaderPiece> pieces) {
+bool writeHeader(ZebHdr & header, ZebMsg & message, const std::type_info & ownClass,
+                 const char * format, std::initializer_list<HeaderPiece> pieces) {
     std::size_t length = 0;
     for (const HeaderPiece & piece : pieces) {
         length += piece.length;
+    }
+    if (typeid(header) != ownClass) {
+        return writeStepwise(header, message, format, length, pieces) || failAs(header, message);
     }
     FrontWriter front(message, length);
     if (!front.makeRoom()) {
         return failAs(header, message);
     }
-    header.setEncoding(message.encoding());
-    header.setCharacterSet(message.characterSet());
-    passFormat(message.descriptor().format, header);
-    describe(message, format);
+    passDescription(header, message, format);
     return front.write(pieces) || failAs(header, message);
 }
 

@@ -18,9 +18,10 @@ struct HeaderPiece {
     std::size_t length;
 };
 
-/// copyOut of a header whose bytes are these pieces, one behind the other.
-bool writeHeader(ZebHdr & header, ZebMsg & message, const char * format,
-                 std::initializer_list<HeaderPiece> pieces);
+/// copyOut of a header whose bytes are these pieces, one behind the other. `ownClass` is the class
+/// that writes: an object of a class that derives from it goes each step by itself.
+bool writeHeader(ZebHdr & header, ZebMsg & message, const std::type_info & ownClass,
+                 const char * format, std::initializer_list<HeaderPiece> pieces);
 
 /// Hands the header's description on to the message: the last step of every pasteIn of a header.
 /// An object of `ownClass` itself has its format in `formatField`, the record's 8 bytes, and
