@@ -43,13 +43,9 @@ TEST(Race, FirstMessagesAndStringsHaveTheSameDefaultsAndAnyOfTheVersionsBeingSet
             version = 2;
         }
     });
-    Versioned::setVersionSupported(2);
-    ZebMsg later;
-    ZebStr text("later");
-    EXPECT_TRUE(later.writeItem(text));
-    EXPECT_EQ(later.descriptor().descriptorWord360, -1);
     for (const ZBMD & descriptor : descriptors) {
-        EXPECT_EQ(std::memcmp(&descriptor, &later.descriptor(), sizeof descriptor), 0);
+        EXPECT_EQ(descriptor.descriptorWord360, -1);
+        EXPECT_EQ(std::memcmp(&descriptor, &descriptors[0], sizeof descriptor), 0);
     }
 }
 

@@ -30,8 +30,8 @@ channelName = "ORDERS.CLIENT"
 sslPeerNamePointer = null
 END
 views="$PREFIX/share/gdb/auto-load"
-shown=(text none bytes cache message descriptor deadLetter bridge bridge2 work reference
-    triggerRecord characters optionsRecord options3Record channelRecord)
+shown=(text none bytes cache message message.descriptor_ deadLetter bridge bridge2 work reference
+    trigger.record_ characters options.record_ '*options3.record_' '*channel.record_')
 HOME="$WORK_DIR" LC_ALL=C gdb -q -batch -nx -iex "set debuginfod enabled off" \
     -iex "add-auto-load-safe-path $views" -iex "add-auto-load-scripts-directory $views" \
     -ex "set width 0" -ex "set print elements 0" -ex "break look" -ex run -ex up \

@@ -14,14 +14,6 @@ struct CacheModel : TracedCodes {
     char * bufferPointer() { return automatic ? own.data() : user; }
     std::size_t bufferLength() const { return length; }
 
-    bool mayRead(std::size_t size) {
-        return check(1, size, "ZebError::checkReadPointer (error): buffer error",
-                     ZBRC_BUFFER_ERROR);
-    }
-    bool mayWrite(std::size_t size) {
-        return check(2, size, "ZebError::checkWritePointer (error): buffer error",
-                     ZBRC_BUFFER_ERROR);
-    }
     // More than half of what can be addressed is never asked for, and half of that never granted.
     static bool isThereStorage(std::size_t size) {
         return size <= PTRDIFF_MAX && !step.storage.strikes() && size <= PTRDIFF_MAX / 2;

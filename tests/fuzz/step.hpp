@@ -52,6 +52,15 @@ struct TracedCodes : Codes {
         step.lines.push_back("check " + std::to_string(mode) + ' ' + std::to_string(size));
         return !step.check.strikes() || trace(text, why);
     }
+    /// As the objects check for themselves: nothing where there are no bytes.
+    bool mayRead(std::size_t size) {
+        return size == 0 || check(1, size, "ZebError::checkReadPointer (error): buffer error",
+                                  ZBRC_BUFFER_ERROR);
+    }
+    bool mayWrite(std::size_t size) {
+        return size == 0 || check(2, size, "ZebError::checkWritePointer (error): buffer error",
+                                  ZBRC_BUFFER_ERROR);
+    }
 };
 
 #endif

@@ -13,14 +13,10 @@ std::atomic<std::ptrdiff_t> blocksInUse{0};
 void * allocate(std::size_t size) noexcept {
     AllocationState & state = allocationState;
     const bool isOwn = state.ownDepth != 0;
-    if (!isOwn) {
-        ++state.asked;
-        if (state.toFailure == 1) {
-            state.toFailure = state.fromThereOn ? 1 : 0;
-            state.hasFailed = true;
-            return nullptr;
-        }
-        state.toFailure -= state.toFailure != 0 ? 1 : 0;
+    if (!isOwn && state.toFailure != 0 && --state.toFailure == 0) {
+        state.toFailure = state.fromThereOn ? 1 : 0;
+        state.hasFailed = true;
+        return nullptr;
     }
     void * const block = std::malloc(size != 0 ? size : 1);
     if (block != nullptr && !isOwn) {

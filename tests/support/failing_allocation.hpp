@@ -11,21 +11,11 @@ std::ptrdiff_t liveBlocks();
 
 /// What the operators know of a thread.
 struct AllocationState {
-    std::size_t asked, toFailure; // with 0 to it none is to fail
+    std::size_t toFailure; // 0 where none is to fail
     bool fromThereOn, hasFailed;
     int ownDepth;
 };
 inline constinit thread_local AllocationState allocationState{};
-
-/// How often the calling thread asked the global operators since the tally began, failures
-/// included.
-class AllocationTally {
-public:
-    std::size_t count() const { return allocationState.asked - before_; }
-
-private:
-    std::size_t before_ = allocationState.asked;
-};
 
 /// While it lives, the n-th allocation of this thread from its beginning fails, 1 being the next:
 /// with std::bad_alloc, or with a null result in the nothrow forms. `fromThere` fails all that
@@ -49,8 +39,8 @@ public:
     void stop() { allocationState.toFailure = 0; }
 };
 
-/// While it lives, this thread's allocations are the test support's own: neither tallied nor
-/// counted among the live blocks nor failed.
+/// While it lives, this thread's allocations are the test support's own: neither counted
+/// among the live blocks nor failed.
 class OwnAllocations {
 public:
     OwnAllocations() { ++allocationState.ownDepth; }

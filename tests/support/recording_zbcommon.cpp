@@ -3,11 +3,8 @@
 #include "support/failing_allocation.hpp"
 #include "zbcommon/zbcommon.h"
 
-#include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <mutex>
 
 #include <pthread.h>
 
@@ -18,29 +15,23 @@ constinit Recording::State Recording::state;
 namespace {
 
 Recording::State & state = Recording::state;
-std::atomic<bool> recording{false};
-std::mutex guard;
 thread_local char context;
 
 // Notes a call while a Recording lives, and says whether one does.
 template <class... Number>
 bool note(const char * line, const void * pointer, const char * end, Number... numbers) {
-    if (!recording.load(std::memory_order_relaxed)) {
-        return false;
+    if (state.records) {
+        const OwnAllocations own;
+        state.lines.emplace_back(line);
+        ((state.lines.back() += ' ' + std::to_string(numbers)), ...);
+        state.lines.back() += end;
+        state.pointers.push_back(pointer);
     }
-    const OwnAllocations own;
-    const std::lock_guard<std::mutex> lock(guard);
-    state.lines.emplace_back(line);
-    ((state.lines.back() += ' ' + std::to_string(numbers)), ...);
-    state.lines.back() += end;
-    state.pointers.push_back(pointer);
-    return true;
+    return state.records;
 }
 
 bool isRefused(const void * pointer, std::size_t length) {
-    const std::lock_guard<std::mutex> lock(guard);
-    const bool isNext = state.checksToRefusal == 1;
-    state.checksToRefusal -= state.checksToRefusal != 0 ? 1 : 0;
+    const bool isNext = state.checksToRefusal != 0 && --state.checksToRefusal == 0;
     const auto start = reinterpret_cast<std::uintptr_t>(pointer);
     const auto address = reinterpret_cast<std::uintptr_t>(state.refusedAddress);
     return isNext || (address != 0 && address >= start && address - start < length);
@@ -48,19 +39,14 @@ bool isRefused(const void * pointer, std::size_t length) {
 
 // Ahead of the static objects of the test program, which may already trace.
 __attribute__((constructor(101))) void prepare() {
-    pthread_key_t key = 0;
-    if (pthread_key_create(&key, nullptr) != 0) {
-        std::abort();
-    }
-    svcThreadSlot = key;
+    pthread_key_create(&svcThreadSlot, nullptr);
 }
 
 }
 
 void Recording::begin(bool records) {
     const OwnAllocations own;
-    state = State();
-    recording = records;
+    state = {.records = records};
 }
 
 void Recording::clear() {
@@ -79,14 +65,6 @@ Texts Recording::texts() const {
     return texts;
 }
 
-void forgetThread() {
-    pthread_setspecific(svcThreadSlot, nullptr);
-}
-
-const void * threadContext() {
-    return &context;
-}
-
 }
 
 using support::note;
@@ -102,9 +80,8 @@ std::int32_t svcInitialize(std::uint16_t first, std::uint16_t second, std::uint3
     if (area != nullptr) {
         std::memset(area, 0xA5, 16); // the caller promises 16 bytes and reads none of them
     }
-    return isNoted && support::state.refusesSetUp
-               ? 1
-               : pthread_setspecific(svcThreadSlot, &support::context);
+    const bool isRefused = isNoted && support::state.refusesSetUp;
+    return isRefused ? 1 : pthread_setspecific(svcThreadSlot, &support::context);
 }
 
 std::int32_t svcCheckPointer(const void * pointer, std::size_t length, std::uint16_t mode) {

@@ -11,11 +11,10 @@ using Texts = std::vector<std::string>;
 
 /// A stand-in for `zbcommon`, linked into a test program so that the library calls it in place of
 /// libzbcommon. It always sets threads up and refuses null pointers; while a Recording lives it
-/// also notes every call, of any thread, in order, and refuses what it was told to refuse.
+/// also notes every call, in order, and refuses what it was told to refuse.
 ///
-/// Outside a Recording the stand-in takes no lock, so that it orders no two threads that the
-/// library left unordered. One Recording at a time, which is told and asked while no other thread
-/// calls.
+/// It takes no lock, so that it orders no two threads that the library left unordered. One
+/// Recording at a time, during which one thread at a time calls.
 class Recording {
 public:
     Recording() { begin(true); }
@@ -38,12 +37,13 @@ public:
     /// Refuses every check whose range touches the byte at this address; null for none any more.
     void refuseAddress(const void * address) { state.refusedAddress = address; }
     /// Lets svcInitialize leave the thread slot empty and say that it failed.
-    void refuseSetUp(bool refuse) { state.refusesSetUp = refuse; }
+    void refuseSetUp() { state.refusesSetUp = true; }
 
     /// What the stand-in has noted and what it is told.
     struct State {
-        Texts lines;
-        std::vector<const void *> pointers;
+        bool records = false;
+        Texts lines{};
+        std::vector<const void *> pointers{};
         std::size_t checksToRefusal = 0;
         const void * refusedAddress = nullptr;
         bool refusesSetUp = false;
@@ -53,11 +53,6 @@ public:
 private:
     static void begin(bool records);
 };
-
-/// Empties the calling thread's slot, as on a thread that was never seen.
-void forgetThread();
-/// The context that the calling thread's slot holds once it is set up.
-const void * threadContext();
 
 }
 

@@ -1,9 +1,5 @@
 #include <zebbase.hpp>
 
-struct Channel : ZebChl {
-    using ZebChl::ZBCD;
-};
-
 // Where the debugger stops, with all of these to look at.
 void look(const ZebStr &, const ZebBin &, const ZebCac &, const ZebMsg &) {}
 
@@ -22,16 +18,11 @@ int main() {
     message.setDataOffset(4);
     ZebGmo options;
     ZebGmo3 options3;
-    Channel channel;
+    ZebChl channel;
     channel.setChannelName("ORDERS.CLIENT");
     ZebTrg trigger;
     ZBTMC2 characters;
     trigger.copyOut(&characters);
-    ZBMD descriptor = message.descriptor();
-    ZBGMO optionsRecord = options.record();
-    ZBGMO3 options3Record = options3.record();
-    ZBCD channelRecord = *channel.ZBCD();
-    ZBTM triggerRecord{};
     ZBDLH deadLetter{};
     ZBTIH bridge{};
     ZBHIH bridge2{};
