@@ -49,4 +49,13 @@ TEST(CacheScope, AllShortSequencesGoTheModelsWay) {
     }
 }
 
+TEST(CacheCases, BytesOfItsOwnAreWrittenAlsoWhereTheBufferGrows) {
+    ZebCac cache;
+    EXPECT_TRUE(cache.write(5, "abcde") && cache.resizeBuffer(7));
+    EXPECT_TRUE(cache.write(6, cache.bufferPointer() + 1)); // of which two nobody has written
+    EXPECT_EQ(std::string(cache.bufferPointer(), cache.messageLength()),
+              std::string("abcdebcde\0\0", 11));
+    EXPECT_EQ(cache.bufferLength(), 14U);
+}
+
 }

@@ -1,8 +1,7 @@
-// Sequences of operations on two messages, each against the model of a cache.
-#include "fuzz/cache_model.hpp"
+// Sequences of operations on two messages and of items that go into them and come out again, each
+// against its model.
 #include "fuzz/record_model.hpp"
 
-#include <array>
 #include <numeric>
 #include <optional>
 
@@ -13,8 +12,8 @@ constexpr std::size_t longest = 1024; // of a buffer that the sequence goes on w
 struct Pair {
     ZebMsg message;
     ZebCac & cache = message;
-    CacheModel model;
-    std::vector<char> memory = std::vector<char>(64, '.'), twin = memory;
+    model::Message model;
+    std::vector<char> memory = std::vector<char>(512, '.'), twin = memory;
 };
 
 // A size: near an edge of what the cache holds or of what can be counted, or the byte itself.
@@ -29,46 +28,30 @@ std::size_t sizeFrom(std::size_t byte, const CacheModel & model) {
     return below + std::min(byte / 8 % 4, SIZE_MAX - below);
 }
 
-bool areOfOneDescription(const ZebMsg & one, const ZebMsg & other) {
-    return std::memcmp(&one.descriptor(), &other.descriptor(), sizeof(ZBMD)) == 0 &&
-           one.carriedWord() == other.carriedWord();
-}
-
-// Puts a header in front of the body, if there is room for it.
-bool putInFront(CacheModel & model, const std::string & record) {
-    const std::string body(model.bufferPointer(), model.message);
-    if (!model.moreBytes(record.size())) {
-        return false;
-    }
-    model.clearMessage();
-    model.write(record.size(), record.data());
-    model.write(body.size(), body.data());
-    return model.report(0, 0); // the message takes the codes of the item, which has none
-}
-
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t size) {
     Input input(bytes, size);
     std::array<Pair, 2> pairs;
-    CHECK(pairs[0].message.carriedWord() == 0);
-    pairs[0].message.setCarriedWord(INT64_MIN);
+    pairs[0].message.setCarriedWord(pairs[0].model.carriedWord = INT64_MIN);
     pairs[0].message.setFeedback(5);
     pairs[0].message.setFormat("FIRST");
+    pairs[0].model.descriptor = pairs[0].message.descriptor();
+    std::vector<model::Item> items(std::begin(model::kinds), std::end(model::kinds));
     while (!input.ended()) {
         const std::uint8_t operation = input.byte();
         Pair &pair = pairs[operation >> 7], &other = pairs[operation >> 6 & 1];
-        CacheModel & model = pair.model;
-        const std::size_t n = sizeFrom(input.byte(), model), kept = std::min(n, 2 * longest);
+        model::Message & model = pair.model;
+        const std::uint8_t choice = input.byte();
+        const std::size_t n = sizeFrom(choice, model), kept = std::min(n, 2 * longest);
         switch (const std::size_t action = operation % 16; action) {
         case 13: // the whole message, or its cache alone
             if ((operation & 0x10) != 0) {
                 takeStep([&] { return pair.message = other.message, true; },
-                         [&] { return model.assignWithMessage(other.model); });
-                CHECK(areOfOneDescription(pair.message, other.message));
+                         [&] { return model.assign(other.model); });
             } else {
                 takeStep([&] { return pair.cache = other.cache, true; },
-                         [&] { return model.assign(other.model); });
+                         [&] { return model.CacheModel::assign(other.model); });
             }
             break;
         case 14: {
@@ -79,13 +62,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
             CHECK(copied.agreesWith(*copy) && copied.showsBytesOf(*copy));
             break;
         }
-        case 15: {
-            ZebWih header;
-            header.setServiceName("in front");
-            header.setFormat(pair.message.format().text());
-            const std::string record = model::imageOf(header);
-            takeSoundStep([&] { return pair.message.writeItem(header); },
-                          [&] { return putInFront(model, record); });
+        case 15: { // an item is written or read
+            model::Item & item = items[choice % items.size()];
+            const bool isRead = (operation & 0x10) != 0 && model::isAffordable(item.kind, model);
+            takeStep(
+                [&] {
+                    return isRead ? pair.message.readItem(*item.real)
+                                  : pair.message.writeItem(*item.real);
+                },
+                [&] {
+                    const bool done = isRead ? item.pasteIn(model) : item.copyOut(model);
+                    model.report(item.reason, item.completion); // the message takes its codes
+                    return done;
+                });
+            CHECK(item.agrees());
             break;
         }
         default: { // all memory ends with its block, so that a reader past its end is seen
@@ -107,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t si
                           [&] { return model.resizeBuffer(64); });
         }
         for (Pair & each : pairs) {
-            CHECK(each.model.agreesWith(each.cache) && each.memory == each.twin);
+            CHECK(each.model.agreesWith(each.message) && each.memory == each.twin);
             const bool isSeen = (operation & 0x30) == 0 || input.ended();
             CHECK(!isSeen || each.model.showsBytesOf(each.cache));
         }

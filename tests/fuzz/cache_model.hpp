@@ -138,22 +138,6 @@ struct CacheModel : TracedCodes {
         return true;
     }
 
-    // As part of a message, which also takes the values of the tracker, each with codes of its own,
-    // and ends with the worse codes: the source's or what came of this.
-    bool assignWithMessage(CacheModel & source) {
-        const Codes former = source;
-        assign(source);
-        for (const std::size_t width : {32, 24, 24, 24}) {
-            if (this != &source) {
-                CacheModel().mayRead(width);
-            }
-        }
-        if (completion <= former.completion) {
-            Codes::operator=(former);
-        }
-        return true;
-    }
-
     // The counters are in order, and the cache has them and the codes.
     bool agreesWith(const ZebCac & cache) const {
         return offset <= message && message <= length && cache.dataOffset() == offset &&

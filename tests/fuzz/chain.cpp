@@ -1,53 +1,66 @@
-// A message as a receiver gets it: any descriptor, any data. The chain of headers in it is read to
-// its end, and each of them is written again. A plain reading of the same bytes says beforehand
-// what each step must come to.
+// A message as a receiver gets it: any descriptor, any data. The chain of items in it is read to
+// its end, and the last of them perhaps written in front of it again, each against its model.
 #include "fuzz/record_model.hpp"
+#include "support/page_end.hpp"
 
-namespace {
-
-using model::Kind;
-using model::kinds;
-
-constexpr std::int32_t longestGrowth = 1 << 16;
-
-bool isRead(const Kind & kind, ZebMsg & message) {
-    const auto item = kind.make(nullptr);
-    const auto pasteIn = [&] { return item->pasteIn(message); };
-    return model::read(kind, message, *item, pasteIn).reason == 0;
-}
-
-bool isOf(const Kind & kind, const ZebMsg & message) {
-    return std::memcmp(message.descriptor().format, kind.format.data(), 8) == 0;
-}
-
-}
+#include <optional>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * bytes, std::size_t size) {
     Input input(bytes, size);
     const std::uint8_t flags = input.byte();
     ZebMsg message;
+    model::Message model;
     const std::string descriptor = input.bytes(sizeof(ZBMD));
     std::memcpy(&message.descriptor(), descriptor.data(), sizeof(ZBMD));
-    const std::string data = input.rest();
-    const auto block = exactBlock(data);
-    CHECK((flags & 1) != 0 ? message.useFullBuffer(block.get(), data.size())
-                           : message.write(data.size(), block.get()) && message.setDataOffset(0));
-
-    const Kind & stranger = kinds[flags >> 2 & 7];
-    if (!isOf(stranger, message)) {
-        CHECK(!isRead(stranger, message));
+    std::memcpy(&model.descriptor, descriptor.data(), sizeof(ZBMD));
+    std::string data = input.rest();
+    support::PageEnd memory(data);
+    const bool isWritten = (flags & 0x20) != 0;
+    if (!isWritten) {
+        memory.makeReadOnly();
     }
-    const Kind * kind = nullptr;
+    const auto receive = [&](auto & receiver, char * from) {
+        const std::size_t behind = (flags & 2) != 0 ? std::min<std::size_t>(data.size(), 8) : 0;
+        return ((flags & 1) != 0
+                    ? receiver.useFullBuffer(from, data.size())
+                    : receiver.write(data.size(), from) && receiver.setDataOffset(0)) &&
+               receiver.setMessageLength(data.size() - behind);
+    };
+    CHECK(receive(message, memory.data()) && receive(model, data.data()));
+
+    const auto pass = [&](model::Item & item, bool isRead) {
+        bool result = false;
+        takeStep([&] { return isRead ? item.real->pasteIn(message) : item.real->copyOut(message); },
+                 [&] { return result = isRead ? item.pasteIn(model) : item.copyOut(model); });
+        CHECK(item.agrees() && model.agreesWith(message) && model.showsBytesOf(message));
+        return result;
+    };
+    const model::Kind & stranger = model::kinds[flags >> 2 & 7];
+    if (!stranger.isOf(model.descriptor)) {
+        model::Item item(stranger);
+        CHECK(!pass(item, true));
+    }
+    std::optional<model::Item> item; // goes on to the next of its kind
     do {
-        kind = std::find_if(std::begin(kinds), std::end(kinds),
-                            [&](const Kind & each) { return isOf(each, message); });
-        // A reference header may ask for more than there is, here for no more than the run can pay.
-        const std::string left = model::leftOf(message);
-        if (kind == std::end(kinds) ||
-            (kind->id == "RMH " && message.automaticBuffer() && left.size() >= kind->length &&
-             support::wordAt(&left[8]) > longestGrowth)) {
+        const auto * const kind =
+            std::find_if(std::begin(model::kinds), std::end(model::kinds),
+                         [&](const model::Kind & each) { return each.isOf(model.descriptor); });
+        if (kind == std::end(model::kinds) || !model::isAffordable(*kind, model)) {
             break;
         }
-    } while (isRead(*kind, message) && kind->descriptionAt != 0);
+        if (!item || &item->kind != kind) {
+            item.emplace(*kind);
+        }
+    } while (item->isHeader && pass(*item, true));
+    if (item && !item->isHeader) { // a value over others that are as long, longer or shorter
+        const std::size_t begin = model.offset, half = (begin + model.message) / 2;
+        for (const std::size_t place : {half, half, begin, half}) {
+            CHECK(message.setDataOffset(place) && model.setDataOffset(place));
+            pass(*item, true);
+        }
+    }
+    if (isWritten && item) {
+        pass(*item, false);
+    }
     return 0;
 }

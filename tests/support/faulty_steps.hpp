@@ -46,22 +46,30 @@ inline void takeFaultyStep(const Side & real, const Side & plain) {
     CHECK(!testing::Test::HasFailure());
 }
 
-/// Runs random sequences of faulty steps through the fuzz target that is linked in; they leave no
+/// Runs inputs through the fuzz target that is linked in, all of their steps faulty; they leave no
 /// block behind.
-inline void walkUnderFaults(
-    std::size_t sequences, std::size_t length, std::size_t (*byte)() = [] { return pick(256); }) {
+inline void walkUnderFaults(std::size_t inputs, const std::function<std::string()> & input) {
     ZebTrc::traceMessage("the thread is set up before");
     takeStep = takeFaultyStep;
-    std::vector<std::uint8_t> bytes(length);
-    for (std::size_t done = 0; done != sequences; ++done) {
-        std::generate(bytes.begin(), bytes.end(), byte);
+    for (std::size_t done = 0; done != inputs; ++done) {
+        const std::string bytes = input();
         step = Step();
         const std::ptrdiff_t before = liveBlocks();
-        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
         step = Step();
         ASSERT_EQ(liveBlocks(), before);
     }
     takeStep = takeSoundStep;
+}
+
+/// The same with random sequences of bytes.
+inline void walkUnderFaults(
+    std::size_t sequences, std::size_t length, std::size_t (*byte)() = [] { return pick(256); }) {
+    walkUnderFaults(sequences, [&] {
+        std::string bytes(length, '\0');
+        std::generate(bytes.begin(), bytes.end(), byte);
+        return bytes;
+    });
 }
 
 }

@@ -8,20 +8,15 @@
 #include "message/ZBMD_layout.hpp"
 #include "options/ZBCD_layout.hpp"
 #include "options/ZBGMO3_layout.hpp"
-#include "support/failing_allocation.hpp"
+#include "support/faulty_steps.hpp"
 #include "support/page_end.hpp"
-#include "support/recording_zbcommon.hpp"
 
 #include <array>
 #include <limits>
-#include <random>
-
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace support;
-using model::dataOf;
 using std::string;
 using std::string_literals::operator""s;
 
@@ -97,12 +92,6 @@ void fill(ZebMsg & message, const string & format, const string & data, std::int
     message.setCharacterSet(characterSet);
     message.write(data.size(), data.data());
     message.setDataOffset(0);
-}
-
-// All of a message but its codes.
-string stateOf(const ZebMsg & message) {
-    return dataOf(message) + '/' + std::to_string(message.dataOffset()) + '/' +
-           shown(message.descriptor());
 }
 
 template <class... Values> string words(Values... values) {
@@ -227,11 +216,6 @@ void setTexts(ZebRfh & header, const std::array<const char *, 4> & texts) {
     header.setDestinationName(texts[3]);
 }
 
-Texts textsOf(const ZebRfh & header) {
-    return {told(header.sourceEnvironment()), told(header.sourceName()),
-            told(header.destinationEnvironment()), told(header.destinationName())};
-}
-
 // Everything that has a setter, set to a pattern of its own.
 template <class C> std::unique_ptr<C> dressed(const Class<C> & c) {
     auto object = anew<C>();
@@ -247,17 +231,6 @@ template <class C> std::unique_ptr<C> dressed(const Class<C> & c) {
         object->set("bytes", 6);
     }
     return object;
-}
-
-// An item of each kind, to make copies of.
-std::vector<std::unique_ptr<ZebItm>> dressedItems() {
-    std::vector<std::unique_ptr<ZebItm>> items;
-    forEachClass([&items]<class C>(const Class<C> & c) {
-        if constexpr (std::is_base_of_v<ZebItm, C>) {
-            items.push_back(dressed(c));
-        }
-    });
-    return items;
 }
 
 // ---- Records and accessors ----------------------------------------------------------------------
@@ -373,164 +346,105 @@ TEST(Records, FieldsAreCutPaddedAndReadInTheirPlaceAlone) {
     EXPECT_EQ(found, (std::array<std::size_t, 3>{123, 115, 14}));
 }
 
+template <class C> struct Versioned : C { using C::setVersionSupported; };
+
+// New objects have the version last supported in their class, and others that of their source.
+TEST(Records, TakeTheVersionOfTheirClassAlone) {
+    const auto versions = [] {
+        return std::array{ZebMsg().descriptor().version, ZebGmo().record().version,
+                          ZebGmo3().record().version};
+    };
+    const std::array usual{2, 2, 3};
+    const auto tryClass = [&]<class C>(const C & older, std::size_t which) {
+        const string image = imageOf(older);
+        auto changed = usual;
+        changed[which] = 7;
+        Versioned<C>::setVersionSupported(7);
+        C assigned;
+        assigned = older;
+        EXPECT_EQ(versions(), changed);
+        EXPECT_EQ(imageOf(C(older)), image);
+        EXPECT_EQ(imageOf(assigned), image);
+        Versioned<C>::setVersionSupported(usual[which]);
+        EXPECT_EQ(versions(), usual);
+    };
+    Message carrier;
+    carrier.setCarriedWord(INT64_MIN);
+    EXPECT_EQ(ZebMsg(carrier).carriedWord(), INT64_MIN);
+    tryClass(carrier, 0);
+    tryClass(ZebGmo(), 1);
+    tryClass(ZebGmo3(), 2);
+}
+
 // ---- Reading ------------------------------------------------------------------------------------
 
-TEST(Reading, DamagedItemsOfAllClassesAtTheEndOfAPageGoTheModelsWay) {
-    std::mt19937 random(4711);
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    const auto items = dressedItems();
-    std::array<std::size_t, std::size(model::kinds)> accepted{}, refused{};
-    for (int round = 0; round < 40000; ++round) {
-        const std::size_t which = below(items.size());
+TEST(Reading, DamagedChainsGoTheModelsWay) {
+    // Of each kind one that is new and one in which everything is set, with another of its kind to
+    // come behind a header.
+    std::vector<std::array<string, 2>> images;
+    forEachClass([&images]<class C>(const Class<C> & c) {
+        if constexpr (std::is_base_of_v<ZebItm, C>) {
+            images.push_back({c.image, imageOf(*dressed(c))});
+            for (string & image : images.back()) {
+                if (c.descriptionAt != 0) {
+                    image.replace(c.descriptionAt, 16, words(546, 1208) + c.format);
+                }
+            }
+        }
+    });
+    walkUnderFaults(60000, [&images] {
+        const std::size_t which = pick(images.size());
         const model::Kind & kind = model::kinds[which];
-        const auto made = [&] { return kind.make(below(2) == 0 ? nullptr : items[which].get()); };
-        string data = model::imageOf(*made()) + string(below(20), 'b');
-        for (std::size_t damage = below(4); damage > 0; --damage) {
+        const string first = pick(2) == 0 ? images[which][pick(2)] : "";
+        string data = images[which][pick(4) == 0 ? 0 : 1] + string(pick(20), 'b');
+        for (std::size_t damage = pick(4); damage > 0; --damage) {
             const auto size = static_cast<std::int32_t>(data.size());
             const std::int32_t values[] = {
                 0,     1,          2,        3,    -1,       4,
                 107,   108,        109,      164,  180,      most,
-                least, most - 108, size - 1, size, size + 1, std::int32_t(random())};
-            if (below(4) == 0) {
-                data.resize(below(data.size() + 2), 'c');
+                least, most - 108, size - 1, size, size + 1, std::int32_t(pick(SIZE_MAX))};
+            if (pick(4) == 0) {
+                data.resize(pick(pick(2) == 0 ? 12 : data.size() + 2), 'c');
             } else {
-                data.replace(std::min(data.size(), 4 * below(32)), 4,
-                             word(values[below(std::size(values))]));
+                data.replace(std::min(data.size(), 4 * pick(32)), 4,
+                             word(values[pick(std::size(values))]));
             }
         }
-        const std::size_t cursor = below(8), rest = below(2) * 8;
-        PageEnd memory(string(cursor, 'f') + data + string(rest, 'r'));
-        memory.makeReadOnly();
         ZebMsg message;
-        fill(message, below(20) == 0 ? "ZBHREF x" : kind.format, "", below(20) == 0 ? 273 : 546,
+        fill(message, pick(20) == 0 ? "ZBHREF x" : kind.format, "", pick(20) == 0 ? 273 : 546,
              1208);
-        message.useFullBuffer(memory.data(), memory.size());
-        message.setMessageLength(cursor + data.size());
-        message.setDataOffset(cursor);
-        const auto reader = made();
-        // The texts of a reference and the values need storage: a description is handed on without
-        // it. The record of a reference is taken without a check of the target.
-        const bool isReference = kind.id == "RMH ", isValue = kind.id.empty();
-        const bool lean = !isReference && !isValue && below(2) == 0;
-        const bool isRefused = !isReference && below(8) == 0;
-        Recording recording;
-        const auto pasteIn = [&] {
-            recording.refuseCheck(isRefused ? 1 : 0);
-            const FailAllocations noStorage(lean ? 1 : 0, FailAllocations::fromThere);
-            const bool result = reader->pasteIn(message);
-            recording.refuseCheck(0);
-            return result;
-        };
-        const auto outcome = model::read(kind, message, *reader, pasteIn, isRefused);
-        ASSERT_EQ(recording.texts(), outcome.traces) << kind.name << " in round " << round;
-        ++(outcome.reason == 0 ? accepted : refused)[which];
-    }
-    EXPECT_GT(*std::min_element(accepted.begin(), accepted.end()), 400);
-    EXPECT_GT(*std::min_element(refused.begin(), refused.end()), 400);
+        const std::size_t stranger = pick(2) == 0 ? which : pick(8);
+        return static_cast<char>(pick(2) << 5 | stranger << 2 | pick(4)) +
+               shown(message.descriptor()) + first + data;
+    });
 }
 
 // ---- Writing ------------------------------------------------------------------------------------
 
-// The plain steps of writing a record, on the operations of the message itself.
-bool writePlainly(const model::Kind & kind, string record, ZebMsg & message) {
-    const bool isHeader = kind.descriptionAt != 0;
-    if (!isHeader) {
-        message.clearMessage();
+// A body that stays in its buffer is read where it was, one that moves to a new one where it is.
+TEST(Writing, ChecksEveryRangeWhereItLies) {
+    for (const bool grows : {true, false}) {
+        ZebDlh header;
+        ZebMsg message;
+        message.resizeBuffer(grows ? 4 : 200);
+        fill(message, "OLD", "body");
+        const Recording recording;
+        EXPECT_TRUE(header.copyOut(message));
+        const std::vector<const void *> ranges = recording.pointers();
+        EXPECT_EQ(recording.lines(), (Texts{"check 1 8", "check 2 8", "check 2 8", "check 1 172",
+                                            "check 2 172", "check 1 4", "check 2 4"}));
+        const char * const format = message.descriptor().format;
+        const char * const record = static_cast<const char *>(ranges[3]);
+        const char *const front = message.bufferPointer(), *const body = front + 172;
+        EXPECT_EQ(ranges, (std::vector<const void *>{format, record + 116, format, record, front,
+                                                     grows ? body : front, body}));
     }
-    if (!message.moreBytes(record.size())) {
-        return false;
-    }
-    std::vector<string> pieces{record};
-    if (isHeader) {
-        const ZBMD & former = message.descriptor();
-        ZebMsg receiver; // stands for the header that takes over the format
-        std::memcpy(receiver.descriptor().format, &record[kind.descriptionAt + 8], 8);
-        receiver.setFormat(message.format().text());
-        record = with(record, kind.descriptionAt,
-                      words(former.encoding, former.characterSet) +
-                          string(receiver.descriptor().format, 8));
-        pieces = {record.substr(0, kind.length)};
-        for (std::size_t at = kind.length, i = 0; at < record.size() && i < 4; ++i) {
-            pieces.push_back(record.substr(at, std::size_t(wordAt(&record[64 + 8 * i]))));
-            at += pieces.back().size();
-        }
-        pieces.push_back(dataOf(message));
-    }
-    message.setEncoding(546);
-    message.setCharacterSet(0);
-    message.setFormat(kind.format.c_str());
-    message.clearMessage();
-    return std::all_of(pieces.begin(), pieces.end(), [&message](const string & piece) {
-        return message.write(piece.size(), piece.data());
-    });
-}
-
-TEST(Writing, EndsWhereThePlainStepsEndOrChangesNothingWithoutStorage) {
-    std::mt19937 random(815);
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    const auto items = dressedItems();
-    std::array<std::size_t, 3> outcomes{}; // written, refused, without storage
-    for (int round = 0; round < 10000; ++round) {
-        const std::size_t which = below(items.size());
-        const model::Kind & kind = model::kinds[which];
-        const auto item = kind.make(below(2) == 0 ? nullptr : items[which].get());
-        const auto imageOfItem = [&] { return model::imageOf(*kind.make(item.get())); };
-        const string record = imageOfItem();
-        const std::size_t length = record.size(), body = below(3) * below(300);
-        const std::size_t cursor = below(body + 1);
-        const std::size_t sums[] = {body,       length,   length + cursor,    length + body,
-                                    2 * length, 2 * body, length + body + 100};
-        const std::size_t room = std::max(body + 1, sums[below(7)] + below(3)) - 1;
-        const bool automatic = below(2) == 0;
-        string data, memory[] = {string(room, '#'), string(room, '#')};
-        std::generate_n(std::back_inserter(data), body, [&] { return char(below(256)); });
-        ZebMsg messages[2], &message = messages[0], &twin = messages[1];
-        for (const std::size_t i : {0U, 1U}) {
-            automatic ? messages[i].resizeBuffer(room)
-                      : messages[i].useEmptyBuffer(memory[i].data(), room);
-            fill(messages[i], "OLD", data, 273, 1208);
-            messages[i].setDataOffset(cursor);
-        }
-        const std::size_t check = below(3) == 0 ? 1 + below(9) : 0;
-        Recording recording;
-        recording.refuseCheck(check);
-        const auto extent = below(2) == 0 ? FailAllocations::once : FailAllocations::fromThere;
-        FailAllocations noStorage(below(5) == 0 ? 1 : 0, extent);
-        const bool result = item->copyOut(message);
-        noStorage.stop();
-        const Texts lines = recording.lines(), texts = recording.texts();
-        recording.clear();
-        SCOPED_TRACE(kind.name + " in round " + std::to_string(round));
-        ASSERT_EQ(codes(*item), codes(message));
-        ++outcomes[noStorage.failed() ? 2 : result ? 0 : 1];
-        if (noStorage.failed()) {
-            ASSERT_FALSE(result);
-            ASSERT_EQ(texts, Texts{"ZebCache::resizeBuffer (error): storage not available"});
-            ASSERT_EQ(codes(message), "2:2071");
-            recording.refuseCheck(0);
-            ASSERT_EQ(imageOfItem(), record);
-            if (kind.descriptionAt == 0) {
-                twin.clearMessage();
-            }
-            ASSERT_EQ(stateOf(message), stateOf(twin));
-            continue;
-        }
-        recording.refuseCheck(check);
-        ASSERT_EQ(result, writePlainly(kind, record, twin));
-        ASSERT_EQ(lines, recording.lines());
-        ASSERT_EQ(stateOf(message), stateOf(twin));
-        ASSERT_EQ(message.bufferLength(), twin.bufferLength());
-        ASSERT_EQ(result ? "0:0" : codes(twin), codes(message));
-    }
-    EXPECT_GT(*std::min_element(outcomes.begin(), outcomes.end()), 300);
 }
 
 // A header of an application's own kind: the protocol goes through the virtual operations.
 struct Spy : ZebDlh {
     mutable string calls;
     bool nameless = false;
-    ZebMsg * moved = nullptr; // gets another buffer under its data when a format is set
-    char room[100];
 
     std::int32_t characterSet() const override { return calls += "c", ZebDlh::characterSet(); }
     std::int32_t encoding() const override { return calls += "e", ZebDlh::encoding(); }
@@ -540,12 +454,7 @@ struct Spy : ZebDlh {
         calls += 'C', ZebDlh::setCharacterSet(value);
     }
     void setEncoding(std::int32_t value) override { calls += 'E', ZebDlh::setEncoding(value); }
-    void setFormat(const char * v) override {
-        calls += "F:"s + v + ':', ZebDlh::setFormat(v);
-        if (moved != nullptr) {
-            moved->useEmptyBuffer(room, sizeof room);
-        }
-    }
+    void setFormat(const char * v) override { calls += "F:"s + v + ':', ZebDlh::setFormat(v); }
 };
 
 TEST(Writing, DescriptionPassesThroughTheVirtualOperations) {
@@ -576,14 +485,41 @@ TEST(Writing, DescriptionPassesThroughTheVirtualOperations) {
     plain.setHeaderFlags(5);
     load(plain, imageOf(ZebDlh()), "ZBDEAD");
     EXPECT_EQ(plain.headerFlags(), 5);
+}
 
-    // A buffer that a setter changed is asked for room anew.
-    spy.moved = &message;
-    const Recording recording;
-    EXPECT_FALSE(spy.copyOut(message));
-    EXPECT_EQ(recording.texts(), Texts{"ZebCache::moreBytes (error): insufficient buffer"});
-    EXPECT_EQ(codes(spy) + ' ' + codes(message), "2:6113 2:6113");
-    EXPECT_EQ(dataOf(message), "");
+// One of the application's own that changes the message while it is written in front of it.
+struct Clearing : ZebDlh {
+    ZebMsg * message = nullptr;
+    std::size_t room = 0;
+
+    void setEncoding(std::int32_t) override {
+        room = message->bufferLength();
+        message->clearMessage();
+    }
+};
+
+TEST(Writing, LosesNothingWhateverTheApplicationsSettersDo) {
+    const string refusal = "ZebCache::resizeBuffer (error): storage not available";
+    // Room for the header, the body aside, and room for the body.
+    for (std::size_t n = 0; n <= 3; ++n) {
+        SCOPED_TRACE(n);
+        ZebMsg message;
+        fill(message, "OLD", "0123456789");
+        const ZBMD former = message.descriptor();
+        Clearing header;
+        header.message = &message;
+        const Recording recording;
+        FailAllocations noStorage(n);
+        EXPECT_EQ(header.copyOut(message), n == 0);
+        noStorage.stop();
+        EXPECT_EQ(recording.texts(), n == 0 ? Texts{} : Texts{refusal});
+        EXPECT_EQ(codes(header) + ' ' + codes(message), n == 0 ? "0:0 0:0" : "2:2071 2:2071");
+        const bool isBegun = n == 0 || n == 3;
+        EXPECT_EQ(header.room, isBegun ? 172U : 0U);
+        EXPECT_EQ(shown(message.descriptor()) == shown(former), !isBegun);
+        EXPECT_EQ(string(message.bufferPointer(), message.messageLength()),
+                  (isBegun ? imageOf<ZebDlh>(header) : "") + (n == 3 ? "" : "0123456789"));
+    }
 }
 
 // ---- What one class has alone -------------------------------------------------------------------
@@ -617,38 +553,28 @@ TEST(Tih, VersionsOutsideAreRefusedInSilenceAndTheTailStaysUnderVersion1) {
     EXPECT_EQ(recording.texts(), Texts{});
 }
 
-TEST(Rfh, TextsAreLaidBehindTheRecordAndLackStorageEachForItself) {
-    const string image = imageOf(ZebRfh()), places = words(2, 108, 0, 110, 3, 110, 1, 113);
-    const string record = with(with(image, 8, word(114)), 64, places) + "abcdef";
+TEST(Rfh, TextsAreTakenOverAndLackStorageEachForItself) {
     ZebRfh source;
-    setTexts(source, {"ab", nullptr, "cde", "f"});
-    EXPECT_EQ(imageOf(source), record);
-    setTexts(source, {"a", "b", "c", "d"});
-    for (std::size_t n = 1; n <= 8; ++n) {
+    setTexts(source, {"a", nullptr, "c", "d"});
+    const Texts taken{"a/2 0:0", "-/0 0:0", "c/2 0:0", "d/2 0:0"};
+    for (std::size_t n = 1; n <= 6; ++n) {
         SCOPED_TRACE(n);
-        ZebRfh target, reader;
+        ZebRfh target;
         setTexts(target, {"four", "four", "four", "four"});
-        setTexts(reader, {"four", "four", "four", "four"});
         // Two blocks for each text: that of a passing copy, without which nothing is left to take
         // over, and the text's own.
-        constexpr std::size_t order[] = {2, 3, 0, 1};
-        Texts expected{"a/2 0:0", "b/2 0:0", "c/2 0:0", "d/2 0:0"};
+        constexpr std::size_t order[] = {2, 3, 0};
+        Texts expected = taken;
         expected[order[(n - 1) / 2]] = n % 2 == 1 ? "-/0 1:2071" : "four/5 2:2071";
         FailAllocations noStorage(n);
         target = source;
         noStorage.stop();
-        EXPECT_EQ(textsOf(target), expected);
-        ZebMsg message;
-        fill(message, "ZBHREF", record);
-        expected = {"ab/3 0:0", "four/5 0:0", "cde/4 0:0", "f/2 0:0"};
-        if (n <= 3) { // one block for each text that there is
-            expected[n == 1 ? 0 : n] = "four/5 2:2071";
+        Texts held;
+        for (const ZebStr & text : model::textsOf(target)) {
+            held.push_back(told(text));
         }
-        FailAllocations noText(n);
-        EXPECT_TRUE(reader.pasteIn(message));
-        noText.stop();
-        EXPECT_EQ(textsOf(reader), expected);
-        EXPECT_EQ(codes(target) + ' ' + codes(reader), "0:0 0:0");
+        EXPECT_EQ(held, expected);
+        EXPECT_EQ(codes(target), "0:0");
     }
 }
 
@@ -691,6 +617,85 @@ TEST(Trg, InCharactersIsBlankPaddedAndAlwaysWhole) {
     EXPECT_EQ(codes(trigger), "2:6108");
     const Texts lines = recording.lines();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "entry 31 57"), 6);
+}
+
+TEST(MessageDescriptor, FormatIsComparedNoFurtherThanTheNameGoes) {
+    ZebMsg message;
+    message.setFormat("ABC");
+    const PageEnd name(std::string_view("ABC     ")), early(std::string_view("A", 2));
+    EXPECT_TRUE(message.formatIs(name.data()));
+    for (const char * other :
+         std::initializer_list<const char *>{"ABC    X", "XBC     ", early.data(), nullptr}) {
+        EXPECT_FALSE(message.formatIs(other));
+    }
+}
+
+TEST(MessageDescriptor, TextsMayComeOutOfTheFieldItself) {
+    ZebMsg message;
+    const char * const userId = message.descriptor().userId;
+    message.setReplyToQueueManagerName(string(48, 'q').c_str()); // the field before it
+    message.setUserId("0123456789ab");
+    const std::pair<std::ptrdiff_t, const char *> moves[] = {
+        {0, "0123456789ab"}, {3, "3456789ab"}, {-2, "qq3456789ab"}, {-12, "qqqqqqqqqqqq"}};
+    for (const auto & [distance, expected] : moves) {
+        message.setUserId(userId + distance);
+        EXPECT_EQ(textOf(message.userId()), expected);
+    }
+}
+
+TEST(Tracker, IsEmptyUntilItIsSetOrCopied) {
+    const ZebMtr tracker;
+    EXPECT_EQ(tracker.feedback(), 0);
+    for (const auto get :
+         {&ZebMtr::accountingToken, &ZebMtr::correlationId, &ZebMtr::groupId, &ZebMtr::messageId}) {
+        const bool isToken = get == &ZebMtr::accountingToken;
+        EXPECT_EQ(told((tracker.*get)()), " 0:0");
+        EXPECT_EQ(told((ZebMtr(tracker).*get)()), zeros(isToken ? 32 : 24) + " 0:0");
+    }
+}
+
+TEST(Tracker, TakesAValueThatCannotBeReadAsZeroBytes) {
+    ZebMsg source;
+    source.setMessageId(reinterpret_cast<const unsigned char *>(blanks(24).c_str()));
+    source.setGroupId(source.messageId());
+    ZebMtr target(source);
+    Recording recording;
+    recording.refuseCheck(3);
+    target = static_cast<ZebMtr &>(source);
+    EXPECT_EQ(recording.texts(), Texts{"ZebError::checkReadPointer (error): buffer error"});
+    recording.refuseCheck(0);
+    EXPECT_EQ(codes(target), "0:0");
+    EXPECT_EQ(bytesOf(target.groupId()), zeros(24));
+    EXPECT_EQ(bytesOf(target.messageId()), blanks(24));
+}
+
+TEST(Options, MapParticipationToBits) {
+    const auto expectMapping = [](auto options, std::int32_t bits, std::int32_t others) {
+        for (const bool participates : {true, false}) {
+            options.setOptions(others | bits);
+            EXPECT_EQ(options.syncPointParticipation(), (bits & 0x1002) != 0) << bits;
+            options.setSyncPointParticipation(participates);
+            EXPECT_EQ(options.options(), others | (participates ? 2 : 4)) << bits;
+            EXPECT_EQ(options.syncPointParticipation(), participates);
+        }
+    };
+    for (const std::int32_t bits : {0, 2, 4, 6, 0x1000, 0x1002, 0x1004, 0x1006}) {
+        for (const std::int32_t others : {0, ~0x1006}) {
+            expectMapping(ZebGmo(), bits, others);
+            expectMapping(ZebGmo3(), bits, others);
+        }
+    }
+}
+
+// The version of the record's form stands ahead of the pointer to the record.
+TEST(Options, KeepTheVersionOfTheirForm) {
+    const ZebGmo3 options, copy(options);
+    for (const ZebGmo3 * object : {&options, &copy}) {
+        const char * const own = reinterpret_cast<const char *>(object) + sizeof(ZebErr);
+        const ZBGMO3 * const record = &object->record();
+        EXPECT_EQ(wordAt(own), 3);
+        EXPECT_EQ(std::memcmp(own + 8, &record, sizeof record), 0);
+    }
 }
 
 }
