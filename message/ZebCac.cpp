@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 
 namespace {
 
@@ -215,9 +216,10 @@ bool ZebCac::read(std::size_t length, char *& externalBuffer) {
 bool ZebCac::write(std::size_t length, const char * externalBuffer) {
     if (length > bufferLength_ - dataOffset_) {
         // Bytes of this very buffer move with it.
-        const std::size_t place = reinterpret_cast<std::uintptr_t>(externalBuffer) -
-                                  reinterpret_cast<std::uintptr_t>(bufferPointer_);
-        const bool isOwn = place < bufferLength_;
+        const std::less<> isBefore;
+        const bool isOwn = !isBefore(externalBuffer, bufferPointer_) &&
+                           isBefore(externalBuffer, bufferPointer_ + bufferLength_);
+        const std::ptrdiff_t place = isOwn ? externalBuffer - bufferPointer_ : 0;
         if (!moreBytes(length)) {
             return false;
         }

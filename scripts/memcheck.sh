@@ -38,7 +38,7 @@ check() {
 #                     kernel instead is reported, as memcheck looks at what the calls are given
 #   exhaustive scopes seconds of work become many minutes; the walks reach the same code
 #   DeathTest cases   as above; their children also end without releasing anything
-for test in race frame platform string cache message header options channel; do
+for test in race frame platform string cache record channel; do
     check "${test}_test" '--gtest_filter=-*Death*:*Scope.*'
 done
 check storage_test docs/storage-failure.md

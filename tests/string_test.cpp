@@ -44,7 +44,8 @@ void tryAll(const string & first, const string & second, std::size_t spare,
     add(0x40 | set, second.size(), second); // of the second object
     add(0x40 | setBytes, 0, sized(second));
     for (int operation = 0; operation != operationCount; ++operation) {
-        for (const std::uint8_t number : numbers) {
+        for (const char each : numbers) {
+            const auto number = static_cast<std::uint8_t>(each);
             add(set, first.size(), first);
             add(setStorage, first.size() + spare);
             add(fail, 1, sized(""));

@@ -125,7 +125,8 @@ struct Text : Block {
     }
     size_t stripTrailing(char mark) {
         inform(mark, "ZebString::stripTrailing (information): cannot strip nulls");
-        const size_t size = view().size(), end = view().find_last_not_of(mark) + 1;
+        const size_t size = view().size(), last = view().find_last_not_of(mark);
+        const size_t end = last == string::npos ? 0 : last + 1;
         block[end] = '\0';
         return size - end;
     }
