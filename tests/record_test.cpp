@@ -351,8 +351,11 @@ template <class C> struct Versioned : C { using C::setVersionSupported; };
 // New objects have the version last supported in their class, and others that of their source.
 TEST(Records, TakeTheVersionOfTheirClassAlone) {
     const auto versions = [] {
-        return std::array{ZebMsg().descriptor().version, ZebGmo().record().version,
-                          ZebGmo3().record().version};
+        const ZebMsg message;
+        const ZebGmo gmo;
+        const ZebGmo3 gmo3;
+        return std::array{message.descriptor().version, gmo.record().version,
+                          gmo3.record().version};
     };
     const std::array usual{2, 2, 3};
     const auto tryClass = [&]<class C>(const C & older, std::size_t which) {
@@ -520,6 +523,16 @@ TEST(Writing, LosesNothingWhateverTheApplicationsSettersDo) {
         EXPECT_EQ(string(message.bufferPointer(), message.messageLength()),
                   (isBegun ? imageOf<ZebDlh>(header) : "") + (n == 3 ? "" : "0123456789"));
     }
+    ZebMsg message;
+    fill(message, "OLD", "0123456789");
+    Clearing header;
+    header.message = &message;
+    Recording recording;
+    recording.refuseCheck(4); // of the record, behind the format's on both sides
+    EXPECT_FALSE(header.copyOut(message));
+    EXPECT_EQ(recording.texts(), Texts{"ZebError::checkReadPointer (error): buffer error"});
+    EXPECT_EQ(codes(header) + ' ' + codes(message), "2:2004 2:2004");
+    EXPECT_EQ(message.messageLength(), 0U);
 }
 
 // ---- What one class has alone -------------------------------------------------------------------
