@@ -51,7 +51,6 @@ private:
     std::size_t frontRoom_ = 0; // the buffer's length once there is room for the header
     Block grown_;
     std::size_t grownLength_ = 0;
-    std::size_t grownBody_ = 0;
 };
 
 bool FrontWriter::makeRoom() {
@@ -78,7 +77,6 @@ bool FrontWriter::makeRoom() {
         std::memcpy(grown_.get() + frontLength_, cache_.bufferPointer_, body);
     }
     grownLength_ = length;
-    grownBody_ = body;
     return true;
 }
 
@@ -102,7 +100,7 @@ bool FrontWriter::acceptBody(const char * body, std::size_t length) {
 
 bool FrontWriter::write(std::initializer_list<HeaderPiece> pieces) {
     const bool inPlace = grown_ == nullptr;
-    const std::size_t bodyLength = inPlace ? cache_.messageLength_ : grownBody_;
+    const std::size_t bodyLength = cache_.messageLength_;
     cache_.clearMessage();
     if (!inPlace) {
         cache_.adopt(grown_.release(), grownLength_);
