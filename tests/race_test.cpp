@@ -1,5 +1,5 @@
-#include "ZebMsg.hpp"
 #include "support/checks.hpp"
+#include "zebbase.hpp"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ struct Versioned : ZebMsg {
     using ZebMsg::setVersionSupported;
 };
 
-TEST(Race, FirstMessagesAndStringsHaveTheSameDefaultsAndAnyOfTheVersionsBeingSet) {
+TEST(Race, FirstObjectsHaveTheSameDefaultsAndAnyOfTheVersionsBeingSet) {
     std::vector<ZBMD> descriptors(threads);
     together([&](std::size_t i) {
         for (int n = 0; n != 500; ++n) {
@@ -38,6 +38,9 @@ TEST(Race, FirstMessagesAndStringsHaveTheSameDefaultsAndAnyOfTheVersionsBeingSet
             ZebMsg message;
             ZebStr text("first");
             EXPECT_TRUE(message.writeItem(text));
+            const ZebGmo options;
+            const ZebGmo3 options3;
+            EXPECT_EQ(options.record().version + options3.record().version, 5);
             std::int32_t & version = (descriptors[i] = message.descriptor()).version;
             EXPECT_TRUE(version == 1 || version == 2) << version;
             version = 2;
